@@ -1,0 +1,7 @@
+// The macro that marks the functions of libzevka.so that a host may see.
+#ifndef ZEVKA_EXPORT_H
+#define ZEVKA_EXPORT_H
+
+#define ZEVKA_EXPORT __attribute__((visibility("default")))
+
+#endif  // ZEVKA_EXPORT_H

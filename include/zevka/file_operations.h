@@ -1,0 +1,91 @@
+// The file operations that libzevka.so hands to its host: packer->QueryControl(1, &operations).
+//
+// The library keeps the files that it creates (messages opened from memory, bodies, texts of
+// children) in memory under their path names, within a budget of 128 MiB for the whole process;
+// what does not fit goes to disk under the same name. These entries reach both kinds by name and
+// never say which it is. They follow the C library's namesakes; where they part from them, the
+// entry says so.
+//
+// Traps:
+//  - A memory file has one handle. A second Open of an open memory file returns the same handle,
+//  with its
+//    position as it is, and sets errno to (int)0x80000010. Close every handle before you call the
+//    library with the part or message that owns the file: the library would close yours.
+//  - Remove, Commit and a part's or message's end free a memory file although a handle on it is
+//  open.
+//  - Two names with the same 64-bit key are the same memory file. Short names that differ do not
+//  collide
+//    by accident; do not build names out of foreign bytes.
+//
+// Threads: any thread may call any entry; one handle is used by one thread at a time.
+// InstallMemoryFiles and RemoveMemoryFiles need a process in which no file is open and no message
+// exists.
+#ifndef ZEVKA_FILE_OPERATIONS_H
+#define ZEVKA_FILE_OPERATIONS_H
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zevka {
+
+// Version 1 of the structure: 33 words. The library fills words 0 to 17 and leaves the others as
+// they are.
+struct FileOperations {
+  std::uint64_t sizeBytes;  // word 0: 264
+  std::uint64_t version;    // word 1: 1
+
+  // Puts the memory-file layer in place; 0 for success. Harmless when it is in place already.
+  int (*installMemoryFiles)();
+  // Discards every memory file, unwritten, and leaves plain disk files.
+  void (*removeMemoryFiles)();
+
+  // Opens by name. Modes r, w, a, with + and b. A name that exists on disk is a disk file; any
+  // other name becomes a memory file in the modes w, w+ and a+. Plain "a" does not create: ENOENT.
+  // Null for failure.
+  void* (*open)(const char* name, const char* mode);
+  // 0, whatever the disk said. A memory file stays under its name.
+  int (*close)(void* handle);
+  // Whole items read; a trailing piece of an item is copied too, and not counted. 0 and EBADF
+  // without the right to read.
+  std::size_t (*read)(void* buffer, std::size_t itemSize, std::size_t itemCount, void* handle);
+  // Whole items written; 0 for items of 0 bytes. EBADF without the right to write. A memory file
+  // that the budget cannot hold moves to disk and goes on there, the new data after the old.
+  std::size_t (*write)(const void* buffer, std::size_t itemSize, std::size_t itemCount,
+                       void* handle);
+  // 0 or -1. On a memory file SEEK_END subtracts the offset, so 2 stands 2 bytes before the end; on
+  // a disk file it is the C library's. A seek beyond the end of a memory file writes zeros from the
+  // current position on.
+  int (*seek)(void* handle, std::int64_t offset, int whence);
+  std::int64_t (*tell)(void* handle);
+  // Removes the memory file of that name or, when there is none, the disk file. 0 or -1.
+  int (*remove)(const char* name);
+  // Writes the memory file of that name to disk (mode 0644 less the umask) and drops it from
+  // memory. 0 when there is no memory file but a disk file. -1 and errno: the memory file is still
+  // there.
+  int (*commit)(const char* name);
+  // A memory file is a regular file 0644 with its size and nothing else. A name that does not exist
+  // gives -1 and EIO, not ENOENT.
+  int (*stat)(const char* name, struct stat* out);
+  // Renames the memory file of that name, in memory only: a disk file of the new name stays and is
+  // hidden.
+  int (*rename)(const char* oldName, const char* newName);
+  int (*error)(void* handle);
+  int (*eof)(void* handle);
+  void (*clearError)(void* handle);
+  // 0 when the name is a disk file and no memory file, else -1.
+  int (*isOnDisk)(const char* name);
+
+  void* reserved[15];  // words 18 to 32: the caller's
+};
+
+static_assert(sizeof(void*) == 8, "the structure is made of 64-bit words");
+static_assert(sizeof(FileOperations) == 264, "33 words");
+static_assert(offsetof(FileOperations, open) == 4 * 8, "word 4");
+static_assert(offsetof(FileOperations, commit) == 11 * 8, "word 11");
+static_assert(offsetof(FileOperations, isOnDisk) == 17 * 8, "word 17");
+
+}  // namespace zevka
+
+#endif  // ZEVKA_FILE_OPERATIONS_H
