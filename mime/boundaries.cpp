@@ -1,0 +1,277 @@
+#include "mime/boundaries.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <numeric>
+#include <unordered_set>
+
+#include "codec/ascii.h"
+
+namespace zevka {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+constexpr std::size_t kLongestSearched = 4096;  // bytes; a delimiter must fit a block
+constexpr std::string_view kWord = "boundary";
+
+// One pass over a Content-Type value.
+class ParameterReader {
+ public:
+  ParameterReader(BoundarySet& set, std::string_view value) : set_(set), value_(value) {
+    for (const std::string& candidate : set.candidates) {
+      known_.insert(candidate);
+    }
+  }
+
+  void ReadAll() {
+    for (;;) {
+      const std::size_t found = FindNoCase(value_, kWord, at_);
+      if (found == kNone) {
+        break;
+      }
+      at_ = found + kWord.size();
+      ReadParameter();
+    }
+    EndRun();
+  }
+
+ private:
+  char Current() const { return at_ < value_.size() ? value_[at_] : '\0'; }
+
+  void SkipComment() {
+    std::size_t depth = 0;
+    for (; at_ < value_.size(); ++at_) {
+      if (value_[at_] == '(') {
+        ++depth;
+      } else if (value_[at_] == ')' && --depth == 0) {
+        ++at_;
+        return;
+      }
+    }
+  }
+
+  void SkipBlanksAndComments() {
+    while (at_ < value_.size() && (IsBlank(value_[at_]) || value_[at_] == '(')) {
+      if (value_[at_] == '(') {
+        SkipComment();
+      } else {
+        ++at_;
+      }
+    }
+  }
+
+  // Stands behind the word "boundary". Without a '=' to come, the word was part of something else.
+  void ReadParameter() {
+    const std::size_t behindWord = at_;
+    bool numbered = false;
+    bool extended = false;
+    if (Current() == '*') {
+      ++at_;
+      while (IsDigit(Current())) {
+        numbered = true;
+        ++at_;
+      }
+      extended = !numbered;
+      if (numbered && Current() == '*') {
+        extended = true;
+        ++at_;
+      }
+    }
+    SkipBlanksAndComments();
+    if (Current() != '=') {
+      at_ = behindWord;
+      return;
+    }
+    while (Current() == '=') {
+      ++at_;
+      SkipBlanksAndComments();
+    }
+    std::string_view text = ReadText();
+    if (extended) {
+      text = WithoutCharset(text);
+    }
+    if (numbered) {
+      run_ += text;
+    } else {
+      EndRun();
+      Add(text);
+    }
+  }
+
+  std::string_view ReadText() {
+    std::size_t end = kNone;
+    std::size_t next = kNone;
+    if (Current() == '"') {
+      ++at_;
+      end = std::min(value_.find('"', at_), value_.size());
+      next = std::min(end + 1, value_.size());
+    } else {
+      end = std::min(value_.find_first_of("; \t", at_), value_.size());
+      next = end;
+    }
+    const std::string_view text = value_.substr(at_, end - at_);
+    at_ = next;
+    return text;
+  }
+
+  // An extended value begins with a charset and a language, each ended by a single quote.
+  static std::string_view WithoutCharset(std::string_view text) {
+    const std::size_t first = text.find('\'');
+    const std::size_t second = first == kNone ? kNone : text.find('\'', first + 1);
+    return second == kNone ? text : text.substr(second + 1);
+  }
+
+  void EndRun() {
+    Add(run_);
+    run_.clear();
+  }
+
+  void Add(std::string_view text) {
+    const std::size_t last = text.find_last_not_of(" \t");
+    if (last == kNone) {
+      return;
+    }
+    std::string candidate = "--" + std::string(text.substr(0, last + 1));
+    if (known_.insert(candidate).second) {
+      set_.candidates.push_back(std::move(candidate));
+    }
+  }
+
+  BoundarySet& set_;
+  std::string_view value_;
+  std::size_t at_ = 0;
+  std::string run_;  // numbered sections read so far
+  std::unordered_set<std::string> known_;
+};
+
+std::size_t Find(std::string_view block, std::string_view text, std::size_t from) {
+  if (from >= block.size()) {
+    return kNone;
+  }
+  const char* begin = block.data() + from;
+  const void* found = ::memmem(begin, block.size() - from, text.data(), text.size());
+  return found == nullptr
+             ? kNone
+             : static_cast<std::size_t>(static_cast<const char*>(found) - block.data());
+}
+
+struct Match {
+  std::size_t candidate = kNone;  // place in the list
+  std::size_t position = kNone;
+};
+
+// Looks the text at one position up among many candidates: they stand sorted, and each further
+// character narrows the range of those that still fit.
+class CandidateIndex {
+ public:
+  explicit CandidateIndex(BoundarySet& set) : candidates_(set.candidates), order_(set.sorted) {
+    if (order_.size() != candidates_.size()) {
+      order_.resize(candidates_.size());
+      std::iota(order_.begin(), order_.end(), std::size_t{0});
+      std::sort(order_.begin(), order_.end(),
+                [&](std::size_t a, std::size_t b) { return candidates_[a] < candidates_[b]; });
+    }
+  }
+
+  // The smallest place in the list among the candidates that the text begins with.
+  std::size_t FirstPrefixOf(std::string_view text) const {
+    std::size_t best = kNone;
+    auto low = order_.cbegin();
+    auto high = order_.cend();
+    for (std::size_t depth = 0; low != high; ++depth) {
+      if (candidates_[*low].size() == depth) {
+        best = std::min(best, *low);
+        ++low;
+      }
+      if (low == high || depth == text.size() || depth == kLongestSearched) {
+        break;
+      }
+      const auto wanted = static_cast<unsigned char>(text[depth]);
+      const auto before = [&](std::size_t place, unsigned char c) {
+        return static_cast<unsigned char>(candidates_[place][depth]) < c;
+      };
+      const auto after = [&](unsigned char c, std::size_t place) {
+        return c < static_cast<unsigned char>(candidates_[place][depth]);
+      };
+      low = std::lower_bound(low, high, wanted, before);
+      high = std::upper_bound(low, high, wanted, after);
+    }
+    return best;
+  }
+
+ private:
+  const std::vector<std::string>& candidates_;
+  std::vector<std::size_t>& order_;
+};
+
+// One scan of the block, however many candidates there are.
+Match FirstCandidateIn(BoundarySet& set, std::string_view block) {
+  const std::vector<std::string>& candidates = set.candidates;
+  Match best;
+  if (candidates.size() == 1) {
+    if (candidates.front().size() <= kLongestSearched) {
+      best = {0, Find(block, candidates.front(), 0)};
+    }
+    return best;
+  }
+  const CandidateIndex index(set);
+  for (std::size_t at = Find(block, "--", 0); at != kNone; at = Find(block, "--", at + 1)) {
+    const std::size_t candidate = index.FirstPrefixOf(block.substr(at));
+    if (candidate < best.candidate) {
+      best = {candidate, at};
+    }
+  }
+  return best;
+}
+
+std::size_t ChooseBoundary(BoundarySet& set, std::string_view block) {
+  const Match match = FirstCandidateIn(set, block);
+  if (match.position != kNone) {
+    set.chosen = set.candidates[match.candidate];
+    set.closing = set.chosen + "--";
+  }
+  return match.position;
+}
+
+}  // namespace
+
+std::string_view BoundarySet::Text() const {
+  return IsChosen() ? std::string_view(chosen).substr(2) : std::string_view();
+}
+
+void CollectBoundaries(BoundarySet& set, std::string_view value) {
+  ParameterReader(set, value).ReadAll();
+}
+
+std::size_t FindBoundary(BoundarySet& set, std::string_view block, bool closing) {
+  if (!set.IsChosen()) {
+    return ChooseBoundary(set, block);
+  }
+  if (closing) {
+    return Find(block, set.closing, 0);
+  }
+  // KEEP(delimiter-anywhere): a delimiter need not stand at the start of a line, and one followed
+  // by '-' counts in the middle of a text too.
+  const std::size_t length = set.chosen.size();
+  for (std::size_t at = Find(block, set.chosen, 0); at != kNone;
+       at = Find(block, set.chosen, at + length)) {
+    const char next = at + length < block.size() ? block[at + length] : '\0';
+    if (next == '\n' || next == '-' || next == '\r') {
+      return at;
+    }
+  }
+  return kNone;
+}
+
+std::size_t LongestCandidate(const BoundarySet& set) {
+  std::size_t longest = 0;
+  for (const std::string& candidate : set.candidates) {
+    if (candidate.size() <= kLongestSearched) {
+      longest = std::max(longest, candidate.size());
+    }
+  }
+  return longest;
+}
+
+}  // namespace zevka

@@ -1,0 +1,195 @@
+#include "mime/message_parser.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "codec/ascii.h"
+#include "fileio/file_helpers.h"
+#include "mime/classification.h"
+#include "mime/mime_part.h"
+#include "mime/multipart_splitter.h"
+#include "mime/transfer_body.h"
+
+namespace zevka {
+namespace {
+
+constexpr std::size_t kSourceCopyStep = 1024;  // bytes
+constexpr std::size_t kSourceNameLimit = 512;  // characters
+constexpr std::string_view kSourceSuffix = ".rfc822";
+
+std::string_view UpToNul(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
+bool IsContinuation(std::string_view line) {
+  return !line.empty() && IsBlank(line.front()) && line.find('\0') == std::string_view::npos;
+}
+
+// Where the name of a field ends, or npos when the line is no field.
+std::size_t NameLength(std::string_view line) {
+  const std::size_t colon = line.find(':');
+  if (colon == std::string_view::npos) {
+    return colon;
+  }
+  // KEEP(no-blank-in-name): a blank in front of the colon makes the line no field.
+  if (line.substr(0, colon).find_first_of(" \t") == std::string_view::npos) {
+    return colon;
+  }
+  // KEEP(from-line-field): the line of an mbox is split at its first colon, wherever that stands.
+  const std::size_t text = line.find_first_not_of(" \t");
+  return StartsWithNoCase(line.substr(text), "From ") ? colon : std::string_view::npos;
+}
+
+}  // namespace
+
+MessageParser::MessageParser(PartState& part, const char* path)
+    : part_(part), input_(path, "rb"), blocks_(input_), lines_(blocks_, part.lineEnd) {
+  if (input_) {
+    part_.files.own = path;
+  }
+}
+
+bool MessageParser::Load() {
+  if (!blocks_.ReadFirst()) {
+    return false;
+  }
+  ReadHeaderBlock();
+  if (!part_.name.text) {
+    part_.name.text = "body";
+  }
+  FixBodyStart();
+  if (part_.kind.encoding == TransferEncoding::kUnset) {
+    part_.kind.encoding = TransferEncoding::kNone;
+  }
+  NameBodies(part_.files);
+  if (!ExtractBody()) {
+    return false;
+  }
+  SettleLineEnd(part_.lineEnd);
+  return true;
+}
+
+void MessageParser::ReadHeaderBlock() {
+  lastResult_ = lines_.ReadHeaderLine();
+  while (lastResult_ == LineResult::kLine && lines_.InHeaderBlock()) {
+    if (!ReadField()) {
+      return;
+    }
+  }
+}
+
+std::optional<MessageParser::Field> MessageParser::RecogniseField() const {
+  const std::string_view line = UpToNul(lines_.Line());
+  const std::size_t length = NameLength(line);
+  if (length == std::string_view::npos) {
+    return std::nullopt;
+  }
+  Field field{std::string(line.substr(0, length)), std::string(line.substr(length + 1)), {}};
+  field.segments.push_back(static_cast<SegmentNode>(field.value.size()));
+  return field;
+}
+
+// Takes one field, whose first line is the current line. False when the line is no field.
+bool MessageParser::ReadField() {
+  std::optional<Field> field = RecogniseField();
+  if (!field) {
+    return false;
+  }
+  const std::int64_t fieldStart = lines_.LineStart();
+  lastResult_ = lines_.ReadHeaderLine();
+  if (lines_.CutDoubledLineEnd()) {
+    part_.sizes.Cover(field->name.size(), field->value.size());
+    pushedBackField_ = fieldStart;
+    return false;
+  }
+  ReadContinuations(*field);
+  StoreField(std::move(*field));
+  return true;
+}
+
+void MessageParser::ReadContinuations(Field& field) {
+  while (lines_.InHeaderBlock() && lastResult_ != LineResult::kEnd &&
+         IsContinuation(lines_.Line())) {
+    field.value += lines_.Line();
+    field.segments.push_back(static_cast<SegmentNode>(field.value.size()));
+    lastResult_ = lines_.ReadHeaderLine();
+  }
+}
+
+void MessageParser::StoreField(Field field) {
+  part_.sizes.Cover(field.name.size(), field.value.size());
+  // KEEP(own-field-dropped): the count of wrong characters is the library's own and is made anew.
+  if (EqualsNoCase(field.name, "X-NoCharsWrongEncoded")) {
+    ClassifyHeader(part_, field.name, field.value);
+    return;
+  }
+  const HeaderNode& stored = part_.headers.emplace_back(
+      HeaderNode{std::move(field.name), std::move(field.value), std::move(field.segments)});
+  ClassifyHeader(part_, stored.name, stored.value);
+}
+
+// The body begins with the line that was read last and is no part of the header block. Nothing is
+// lost: not the line that ended a header block without a blank line, and not the fields when there
+// are none to store.
+void MessageParser::FixBodyStart() {
+  if (pushedBackField_) {
+    part_.bodyStart = *pushedBackField_;
+  } else if (part_.headers.empty()) {
+    part_.bodyStart = 0;
+  } else {
+    part_.bodyStart = lines_.LineStart();
+  }
+  if (part_.headers.size() == 1) {
+    ReduceRepeatedRun(part_.lineEnd.established);
+  }
+}
+
+bool MessageParser::ExtractBody() {
+  if (!part_.kind.isMultipart) {
+    TransferBody(part_, &input_, true, false);
+    input_.Close();
+    return !part_.kind.isEmbeddedMessage || LoadEmbeddedMessage();
+  }
+  MultipartSplitter splitter(part_, input_);
+  return splitter.ExtractPreamble() && (!part_.boundaries.IsChosen() || splitter.SplitChildren());
+}
+
+bool MessageParser::LoadEmbeddedMessage() {
+  PartPtr child = MakeChildPart(part_);
+  if (child->LoadFromFile(part_.files.encoded.c_str()) != 1) {
+    return false;
+  }
+  AppendNode(part_.children, std::move(child));
+  CopySource();
+  // KEEP(embedded-body-emptied): the child has its own body now; the part keeps an empty one.
+  OpenFile emptied(part_.files.encoded, "w");
+  return true;
+}
+
+// Keeps the embedded message's text beside the part. A copy that cannot be made is done without.
+void MessageParser::CopySource() {
+  std::string name = part_.files.encoded + std::string(kSourceSuffix);
+  name.resize(std::min(name.size(), kSourceNameLimit));
+  RemoveUnlessKept file(std::move(name));
+  OpenFile from(part_.files.encoded, "rb");
+  OpenFile to(file.Name(), "wb");
+  if (!from || !to) {
+    return;
+  }
+  std::string step(kSourceCopyStep, '\0');
+  std::size_t count = step.size();
+  while (count == step.size()) {
+    count = from.Read(step.data(), step.size());
+    if (!to.Write({step.data(), count})) {
+      return;
+    }
+  }
+  if (from.Failed() || !to.Close()) {
+    return;
+  }
+  part_.files.sourceCopy = file.Keep();
+}
+
+}  // namespace zevka

@@ -1,0 +1,243 @@
+#include "mime/message_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "codec/ascii.h"
+#include "codec/encoded_words.h"
+#include "fileio/file_helpers.h"
+#include "mime/block_reader.h"
+#include "mime/body_encoder.h"
+#include "mime/header_folding.h"
+#include "mime/mime_part.h"
+#include "mime/transfer_body.h"
+
+namespace zevka {
+namespace {
+
+constexpr std::size_t kEncodedValueRoom = 2048;  // characters; a longer encoded value is cut
+constexpr std::size_t kEmbeddedStep = 1024;      // bytes
+
+bool IsCoded(TransferEncoding encoding) {
+  return encoding == TransferEncoding::kQuotedPrintable || encoding == TransferEncoding::kBase64;
+}
+
+}  // namespace
+
+MessageWriter::MessageWriter(PartState& part, const WriteRequest& request)
+    : part_(part), request_(request) {}
+
+bool MessageWriter::Write() {
+  SettleLineEnd(part_.lineEnd);
+  if (part_.removed) {
+    return true;
+  }
+  if (!part_.files.own) {
+    return false;
+  }
+  output_ = OpenFile(*part_.files.own, "wb");
+  if (!output_ || !WriteHeaderBlock() || !WriteBody()) {
+    return false;
+  }
+  // Before the children: the text of an embedded message is written to the name of this part's
+  // body.
+  RemoveFile(part_.files.decoded);
+  RemoveFile(part_.files.encoded);
+  const bool childrenWritten = part_.kind.isMultipart ? WriteChildren() : AppendEmbedded();
+  return childrenWritten && output_.Close();
+}
+
+bool MessageWriter::WriteLine(std::string_view first, std::string_view second,
+                              std::string_view third) {
+  std::string line;
+  line.reserve(first.size() + second.size() + third.size() + part_.lineEnd.established.size());
+  line.append(first).append(second).append(third).append(part_.lineEnd.established);
+  return output_.Write(line);
+}
+
+bool MessageWriter::WriteHeaderBlock() {
+  for (const HeaderNode& field : part_.headers) {
+    const bool renamed =
+        !request_.attachmentName.empty() && EqualsNoCase(field.name, "Content-Disposition");
+    if (!(renamed ? RewriteDisposition(field) : WriteField(field))) {
+      return false;
+    }
+  }
+  if (!request_.attachmentName.empty()) {
+    return WriteNewDisposition();
+  }
+  return part_.headers.empty() || WriteLine({});
+}
+
+bool MessageWriter::WriteField(const HeaderNode& field) {
+  const std::string_view name = std::string_view(field.name).substr(0, part_.sizes.nameSize);
+  const std::string_view value = std::string_view(field.value).substr(0, part_.sizes.valueSize);
+  std::string line(name);
+  line += ':';
+  line += ValueText(name, value, field);
+  if (EqualsNoCase(name, "Subject")) {
+    line += request_.subjectSuffix;
+  }
+  return WriteLine(line);
+}
+
+std::string MessageWriter::ValueText(std::string_view name, std::string_view value,
+                                     const HeaderNode& field) {
+  if (!field.segments.empty()) {
+    return RefoldHeaderValue(value, field.segments, part_.lineEnd.established)
+        .value_or(std::string(value));
+  }
+  // KEEP(content-type-as-is): a Content-Type that the host set is neither encoded nor folded.
+  return EqualsNoCase(name, "Content-Type") ? std::string(value) : EncodeAndFold(name, value);
+}
+
+std::string MessageWriter::EncodeAndFold(std::string_view name, std::string_view value) {
+  const LineEndStyle style = part_.lineEnd.firstStyle;
+  if (EncodeHeaderText(part_.decoding, value, {}, style) != 0) {
+    std::array<char, kEncodedValueRoom> encoded{};
+    if (EncodeHeaderText(part_.decoding, value, encoded, style) != 0) {
+      return FoldHeaderValue(name, encoded.data(), part_.lineEnd.established);
+    }
+  }
+  return FoldHeaderValue(name, value, part_.lineEnd.established);
+}
+
+// KEEP(disposition-endless): with a new attachment name, the field is written again and again until
+// a write fails, and without a file name in it the walk stays here for good.
+bool MessageWriter::RewriteDisposition(const HeaderNode& field) {
+  const std::string_view value = field.value;
+  const std::size_t oldLength = part_.name.text ? part_.name.text->size() : 0;
+  const auto offset = static_cast<std::size_t>(std::max(part_.name.offset, 0));
+  const std::size_t begin = std::min(offset, value.size());
+  const std::size_t end = begin + std::min(oldLength, value.size() - begin);
+  const std::string before = field.name + ":" + std::string(value.substr(0, begin));
+  for (;;) {
+    if (part_.kind.hasFileName) {
+      if (!WriteLine(before, request_.attachmentName.substr(0, oldLength), value.substr(end))) {
+        return false;
+      }
+    } else if (output_.Failed()) {
+      return false;
+    }
+  }
+}
+
+bool MessageWriter::WriteNewDisposition() {
+  return WriteLine("Content-Disposition: attachment;") &&
+         WriteLine("\tfilename=\"", request_.attachmentName, "\"") && WriteLine({});
+}
+
+bool MessageWriter::WriteBody() {
+  return request_.reencode && IsCoded(part_.kind.encoding) ? EncodeBody() : CopyBody();
+}
+
+bool MessageWriter::EncodeBody() {
+  if (part_.files.encoded.empty()) {
+    return false;
+  }
+  EnsureDecoded(part_);
+  OpenFile decoded(part_.files.decoded, "rb");
+  if (!decoded) {
+    return false;
+  }
+  if (part_.kind.encoding == TransferEncoding::kBase64) {
+    return EncodeBase64Body(output_, decoded, part_.lineEnd);
+  }
+  return EncodeQuotedPrintableBody(output_, decoded, part_.lineEnd) == 0;
+}
+
+bool MessageWriter::CopyBody() {
+  const bool fromDecoded = part_.modified && !IsCoded(part_.kind.encoding);
+  if (fromDecoded) {
+    EnsureDecoded(part_);
+  }
+  OpenFile body(fromDecoded ? part_.files.decoded : part_.files.encoded, "rb");
+  if (!body) {
+    return true;
+  }
+  std::string block(kBlockSize, '\0');
+  std::string_view last;
+  do {
+    last = std::string_view(block).substr(0, body.Read(block.data(), block.size()));
+    if (!output_.Write(last)) {
+      return false;
+    }
+  } while (last.size() == block.size());
+  // KEEP(last-read-only): only what the last read gave tells whether a line end is missing; when it
+  // gave nothing, none is added.
+  const bool unfinished = !last.empty() && !last.ends_with(part_.lineEnd.established);
+  return !body.Failed() && (!unfinished || WriteLine({}));
+}
+
+bool MessageWriter::WriteChildren() {
+  for (const PartNode& child : part_.children) {
+    if (!child.part->State().removed && !WriteChild(child)) {
+      return false;
+    }
+  }
+  return WriteLine("--", part_.boundaries.Text(), "--") && WriteLine({});
+}
+
+bool MessageWriter::WriteChild(const PartNode& child) {
+  if (child.part->WriteMessage(child.part->State().modified ? 1 : 0, nullptr, request_.passThrough,
+                               nullptr) == 0) {
+    return false;
+  }
+  OpenFile text(child.fileName, "rb");
+  if (!text) {
+    return true;
+  }
+  if (!WriteLine("--", part_.boundaries.Text()) || !AppendChildText(text)) {
+    return false;
+  }
+  text.Close();
+  RemoveFile(child.fileName);
+  return true;
+}
+
+bool MessageWriter::AppendChildText(OpenFile& text) {
+  std::string block(kBlockSize, '\0');
+  bool copied = false;
+  std::size_t count = block.size();
+  while (count == block.size()) {
+    count = text.Read(block.data(), block.size());
+    copied = copied || count > 0;
+    if (!output_.Write(std::string_view(block).substr(0, count))) {
+      return false;
+    }
+  }
+  return !text.Failed() && (copied || WriteLine({}));
+}
+
+bool MessageWriter::AppendEmbedded() {
+  for (const PartNode& child : part_.children) {
+    if (child.part->State().removed) {
+      continue;
+    }
+    if (child.part->WriteMessage(child.part->State().modified ? 1 : 0, nullptr,
+                                 request_.passThrough, nullptr) == 0) {
+      return false;
+    }
+    OpenFile text(child.fileName, "rb");
+    if (!text) {
+      return false;
+    }
+    std::string step(kEmbeddedStep, '\0');
+    std::size_t count = step.size();
+    while (count == step.size()) {
+      count = text.Read(step.data(), step.size());
+      if (!output_.Write(std::string_view(step).substr(0, count))) {
+        return false;
+      }
+    }
+    if (text.Failed()) {
+      return false;
+    }
+    text.Close();
+    RemoveFile(child.fileName);
+  }
+  return true;
+}
+
+}  // namespace zevka

@@ -1,0 +1,218 @@
+#include "mime/multipart_splitter.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "fileio/file_helpers.h"
+#include "mime/block_reader.h"
+#include "mime/mime_part.h"
+
+namespace zevka {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+constexpr std::size_t kBytesBehindDelimiter =
+    2;  // must be in the window before a delimiter is used
+
+// KEEP(child-name-cut): what a child's name adds to its parent's path, "_0" to "_999"; longer ones
+// are cut.
+constexpr std::size_t kChildSuffixLength = 4;
+
+bool IsBlankOrLineEnd(char c) {
+  return (c >= '\t' && c <= '\r') || c == ' ';
+}
+
+// A window that a delimiter and what must follow it fit in twice.
+std::size_t WindowRoomFor(std::size_t delimiterLength) {
+  const std::size_t needed = 2 * (delimiterLength + kBytesBehindDelimiter);
+  return needed <= kBlockSize ? kBlockSize : kBlockSize + needed;
+}
+
+}  // namespace
+
+PartPtr MakeChildPart(const PartState& parent) {
+  PartPtr child(new MIMEPart);
+  child->State().depth = parent.depth + 1;
+  child->State().signatures = parent.signatures;
+  return child;
+}
+
+MultipartSplitter::MultipartSplitter(PartState& part, OpenFile& input)
+    : part_(part), input_(input) {}
+
+bool MultipartSplitter::ReadMore(std::size_t bytes) {
+  const std::size_t before = window_.size();
+  window_.resize(before + bytes);
+  const std::size_t count = input_.Read(window_.data() + before, bytes);
+  window_.resize(before + count);
+  inputEnded_ = count < bytes;
+  return !(inputEnded_ && input_.Failed());
+}
+
+bool MultipartSplitter::Flush(OpenFile& out, std::size_t bytes) {
+  const bool written = out.Write(std::string_view(window_).substr(0, bytes));
+  window_.erase(0, bytes);
+  return written;
+}
+
+bool MultipartSplitter::ExtractPreamble() {
+  RemoveUnlessKept file(part_.files.encoded);
+  OpenFile out(file.Name(), "wb");
+  if (!out || !input_.Seek(part_.bodyStart) || !CopyPreamble(out) || !SkipBlanksInBlocks()) {
+    return false;
+  }
+  out.Close();
+  file.Keep();
+  // Whether the input ended is asked again while splitting, for the last block is treated by itself
+  // there.
+  inputEnded_ = false;
+  return true;
+}
+
+bool MultipartSplitter::CopyPreamble(OpenFile& out) {
+  const std::size_t longest = LongestCandidate(part_.boundaries);
+  for (;;) {
+    if (!ReadMore(kBlockSize)) {
+      return false;
+    }
+    const std::size_t at = FindBoundary(part_.boundaries, window_, false);
+    if (at != kNone) {
+      skipping_ = true;
+      const bool written = Flush(out, at);
+      window_.erase(0, part_.boundaries.chosen.size());
+      return written;
+    }
+    if (inputEnded_) {
+      return Flush(out, window_.size());
+    }
+    // A delimiter may begin in this block and end in the next one.
+    const std::size_t kept = std::min(window_.size(), longest == 0 ? 0 : longest - 1);
+    if (!Flush(out, window_.size() - kept)) {
+      return false;
+    }
+  }
+}
+
+bool MultipartSplitter::SkipBlanksInBlocks() {
+  SkipBlanks();
+  while (skipping_ && !inputEnded_) {
+    if (!ReadMore(kBlockSize)) {
+      return false;
+    }
+    SkipBlanks();
+  }
+  return true;
+}
+
+// Skips blanks up to and including the established line end, or to the first byte that is none.
+// When the window runs out, skipping goes on with the input that follows.
+void MultipartSplitter::SkipBlanks() {
+  const std::string& lineEnd = part_.lineEnd.established;
+  std::size_t at = 0;
+  while (skipping_ && at < window_.size()) {
+    if (!IsBlankOrLineEnd(window_[at])) {
+      break;
+    }
+    skipped_.push_back(window_[at++]);
+    if (skipped_.size() > lineEnd.size()) {
+      skipped_.erase(0, 1);
+    }
+    skipping_ = lineEnd.empty() || skipped_ != lineEnd;
+  }
+  if (at < window_.size()) {
+    skipping_ = false;
+  }
+  if (!skipping_) {
+    skipped_.clear();
+  }
+  window_.erase(0, at);
+}
+
+bool MultipartSplitter::SplitChildren() {
+  windowRoom_ = WindowRoomFor(part_.boundaries.chosen.size());
+  ChildEnd end = ChildEnd::kMoreFollow;
+  while (end == ChildEnd::kMoreFollow) {
+    end = SplitChild();
+  }
+  if (end == ChildEnd::kFailed) {
+    RemoveFile(part_.files.encoded);
+    return false;
+  }
+  return true;
+}
+
+std::string MultipartSplitter::ChildName() const {
+  std::string name = *part_.files.own + "_" + std::to_string(nextChild_);
+  name.resize(std::min(name.size(), part_.files.own->size() + kChildSuffixLength));
+  return name;
+}
+
+MultipartSplitter::ChildEnd MultipartSplitter::SplitChild() {
+  const RemoveUnlessKept file(ChildName());
+  OpenFile out(file.Name(), "wb");
+  if (!out) {
+    return ChildEnd::kFailed;
+  }
+  const ChildEnd end = WriteChild(out);
+  if (end == ChildEnd::kFailed || !out.Close()) {
+    return ChildEnd::kFailed;
+  }
+  LoadChild(file.Name());
+  return end;
+}
+
+MultipartSplitter::ChildEnd MultipartSplitter::WriteChild(OpenFile& out) {
+  for (;;) {
+    SkipBlanks();
+    const std::size_t at = FindBoundary(part_.boundaries, window_, false);
+    const std::size_t length = part_.boundaries.chosen.size();
+    if (at != kNone && at + length + kBytesBehindDelimiter <= window_.size()) {
+      return EndChild(out, at);
+    }
+    if (inputEnded_) {
+      return Flush(out, window_.size()) ? ChildEnd::kLast : ChildEnd::kFailed;
+    }
+    if (!Flush(out, window_.size() - KeptBytes(at)) || !ReadMore(windowRoom_ - window_.size())) {
+      return ChildEnd::kFailed;
+    }
+    SkipBlanks();
+    // KEEP(no-closer-one-child): without a closing delimiter, the rest of the input is one child,
+    // whatever delimiters it holds.
+    if (inputEnded_ && FindBoundary(part_.boundaries, window_, true) == kNone) {
+      return Flush(out, window_.size()) ? ChildEnd::kLast : ChildEnd::kFailed;
+    }
+  }
+}
+
+// What stays in the window for the next look: a delimiter that is not usable yet, or the part of
+// one that may have begun.
+std::size_t MultipartSplitter::KeptBytes(std::size_t delimiterAt) const {
+  if (delimiterAt != kNone) {
+    return window_.size() - delimiterAt;
+  }
+  return std::min(window_.size(), part_.boundaries.chosen.size());
+}
+
+MultipartSplitter::ChildEnd MultipartSplitter::EndChild(OpenFile& out, std::size_t delimiterAt) {
+  const std::string& closing = part_.boundaries.closing;
+  const bool last = window_.compare(delimiterAt, closing.size(), closing) == 0;
+  if (!Flush(out, delimiterAt)) {
+    return ChildEnd::kFailed;
+  }
+  window_.erase(0, part_.boundaries.chosen.size());
+  skipping_ = true;
+  SkipBlanks();
+  return last ? ChildEnd::kLast : ChildEnd::kMoreFollow;
+}
+
+// KEEP(failed-child-skipped): a child that cannot be loaded is left out, and its message goes on.
+void MultipartSplitter::LoadChild(const std::string& name) {
+  PartPtr child = MakeChildPart(part_);
+  if (child->LoadFromFile(name.c_str()) == 1) {
+    AppendNode(part_.children, std::move(child));
+    ++nextChild_;
+  }
+}
+
+}  // namespace zevka
