@@ -36,8 +36,11 @@ namespace zevka {
 class ZEVKA_CAPABILITY("mutex") RawMutex {
  public:
   constexpr RawMutex() = default;
+  ~RawMutex() = default;
   RawMutex(const RawMutex&) = delete;
   RawMutex& operator=(const RawMutex&) = delete;
+  RawMutex(RawMutex&&) = delete;
+  RawMutex& operator=(RawMutex&&) = delete;
 
   // Makes the mutex anew after Destroy. 0, or the error number.
   int Init() { return ::pthread_mutex_init(&mutex_, nullptr); }
@@ -58,6 +61,8 @@ class ZEVKA_CAPABILITY("mutex") Mutex : public RawMutex {
   ~Mutex() { Destroy(); }
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
+  Mutex(Mutex&&) = delete;
+  Mutex& operator=(Mutex&&) = delete;
 };
 
 static_assert(sizeof(Mutex) == sizeof(pthread_mutex_t) && sizeof(Mutex) == 40,
@@ -70,6 +75,8 @@ class ZEVKA_SCOPED_CAPABILITY MutexGuard {
   ~MutexGuard() ZEVKA_RELEASE() { mutex_.Unlock(); }
   MutexGuard(const MutexGuard&) = delete;
   MutexGuard& operator=(const MutexGuard&) = delete;
+  MutexGuard(MutexGuard&&) = delete;
+  MutexGuard& operator=(MutexGuard&&) = delete;
 
  private:
   RawMutex& mutex_;

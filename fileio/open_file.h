@@ -88,6 +88,8 @@ class RemoveUnlessKept {
   }
   RemoveUnlessKept(const RemoveUnlessKept&) = delete;
   RemoveUnlessKept& operator=(const RemoveUnlessKept&) = delete;
+  RemoveUnlessKept(RemoveUnlessKept&&) = delete;
+  RemoveUnlessKept& operator=(RemoveUnlessKept&&) = delete;
 
   const std::string& Name() const { return name_; }
 

@@ -1,0 +1,253 @@
+#include "fileio/memory_layer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "fileio/memory_budget.h"
+
+namespace zevka {
+namespace {
+
+constinit MemoryFileRegistry* registry ZEVKA_GUARDED_BY(layerMutex) = nullptr;
+constinit bool begun = false;  // changes only while no file is in use
+
+int CompareKeyPointers(const void* left, const void* right) {
+  return CompareNameKeys(*static_cast<const NameKey*>(left), *static_cast<const NameKey*>(right));
+}
+
+int ReleaseVisited(const void* /*key*/, void* value, void* /*context*/) {
+  ReleaseMemoryFile(static_cast<FileHandle*>(value));
+  return 0;
+}
+
+RegistryResult Find(const NameKey& key, FileHandle*& file) ZEVKA_REQUIRES(layerMutex) {
+  void* value = nullptr;
+  const RegistryResult result = RegistryFind(registry, &key, &value);
+  file = static_cast<FileHandle*>(value);
+  return result;
+}
+
+// The key must not be the one inside the record when the record is to be changed or freed.
+RegistryResult TakeOut(const NameKey& key, FileHandle*& file) ZEVKA_REQUIRES(layerMutex) {
+  void* value = nullptr;
+  const RegistryResult result = RegistryRemove(registry, &key, &value);
+  file = static_cast<FileHandle*>(value);
+  return result;
+}
+
+// `existing` is the record that has the key already, or null when `file` was entered.
+RegistryResult Enter(FileHandle& file, FileHandle*& existing) ZEVKA_REQUIRES(layerMutex) {
+  void* value = nullptr;
+  const RegistryResult result = RegistryInsert(registry, &file.key, &file, &value);
+  existing = static_cast<FileHandle*>(value);
+  return result;
+}
+
+// Moves contents and position; what `to` held is freed.
+void MoveContents(FileHandle& from, FileHandle& to) ZEVKA_REQUIRES(layerMutex) {
+  DropMemoryDataLocked(to);
+  to.data = std::exchange(from.data, nullptr);
+  to.length = std::exchange(from.length, 0);
+  to.capacity = std::exchange(from.capacity, 0);
+  to.position = std::exchange(from.position, 0);
+}
+
+// One open, one write, one close; false with the errno of the open or the write.
+bool WriteWhole(const FileHandle& file, const char* name) {
+  const int descriptor =
+      ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+  if (descriptor < 0) {
+    return false;
+  }
+  const ssize_t written = ::write(descriptor, file.data, file.length);
+  const int writeErrno = errno;
+  ::close(descriptor);
+  errno = writeErrno;
+  return written >= 0 && static_cast<std::uint64_t>(written) == file.length;
+}
+
+}  // namespace
+
+int BeginMemoryLayer() {
+  if (begun) {
+    return 0;
+  }
+  MemoryFileRegistry* made = nullptr;
+  if (RegistryCreate(&made) != RegistryResult::kSuccess) {
+    errno = ENOMEM;
+    return -1;
+  }
+  RegistrySetOrdering(*made, &CompareKeyPointers);
+  RegistrySetVisit(*made, &ReleaseVisited, nullptr);
+  layerMutex.Init();
+  ResetMemoryInUse();
+  const MutexGuard guard(layerMutex);
+  registry = made;
+  begun = true;
+  return 0;
+}
+
+int EndMemoryLayer() {
+  if (!begun) {
+    return 0;
+  }
+  MemoryFileRegistry* ended = nullptr;
+  {
+    const MutexGuard guard(layerMutex);
+    ended = std::exchange(registry, nullptr);
+  }
+  // Without the mutex: each release takes it.
+  RegistryDestroy(ended);
+  begun = false;
+  return layerMutex.Destroy();
+}
+
+RegistryResult OpenMemoryFile(const NameKey& key, OpenFlags flags, FileHandle*& file,
+                              bool& openBefore) {
+  {
+    const MutexGuard guard(layerMutex);
+    const RegistryResult result = Find(key, file);
+    if (result != RegistryResult::kSuccess) {
+      return result;
+    }
+    openBefore = file->openFlags != 0;
+    if (openBefore) {
+      return result;
+    }
+    file->openFlags = flags;
+  }
+  if ((flags & kOpenTruncate) != 0) {
+    DropMemoryData(*file);
+  }
+  file->position = 0;
+  file->errorFlag = 0;
+  file->endOfFileFlag = 0;
+  return RegistryResult::kSuccess;
+}
+
+FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* mode,
+                             OpenFlags flags) {
+  std::unique_ptr<FileHandle> made(new (std::nothrow) FileHandle);
+  if (!made) {
+    return nullptr;
+  }
+  DescribeHandle(*made, name, key, mode, flags);
+  const MutexGuard guard(layerMutex);
+  FileHandle* existing = nullptr;
+  const RegistryResult result = Enter(*made, existing);
+  if (result != RegistryResult::kSuccess) {
+    errno = result == RegistryResult::kBusy ? EBUSY : EIO;
+    return nullptr;
+  }
+  if (existing != nullptr && existing->openFlags != 0 &&
+      std::strcmp(existing->name.data(), made->name.data()) == 0) {
+    errno = EBUSY;
+    return nullptr;
+  }
+  // Owned by the registry from here on or, a private file, by nobody
+  // (KEEP(private-collision-file)).
+  return made.release();
+}
+
+void CloseMemoryFile(FileHandle& file) {
+  const MutexGuard guard(layerMutex);
+  file.openFlags = 0;
+}
+
+RegistryResult MemoryFileLength(const NameKey& key, std::uint64_t& length) {
+  const MutexGuard guard(layerMutex);
+  FileHandle* file = nullptr;
+  const RegistryResult result = Find(key, file);
+  if (file != nullptr) {
+    length = file->length;
+  }
+  return result;
+}
+
+char* MemoryFileData(const NameKey& key) {
+  const MutexGuard guard(layerMutex);
+  FileHandle* file = nullptr;
+  Find(key, file);
+  return file == nullptr ? nullptr : file->data;
+}
+
+int AttachMemoryBuffer(FileHandle& file, char* buffer, std::uint64_t sizeBytes) {
+  if (buffer == nullptr && sizeBytes == 0) {
+    DropMemoryData(file);
+    return 0;
+  }
+  char* const data = ResizeMemoryBuffer(file.data, file.capacity, sizeBytes, buffer);
+  if (data == nullptr) {
+    return -1;
+  }
+  file.data = data;
+  file.length = sizeBytes;
+  file.capacity = sizeBytes;
+  file.position = 0;
+  return 0;
+}
+
+bool TakeOutMemoryFile(const FileHandle& file) {
+  const MutexGuard guard(layerMutex);
+  FileHandle* found = nullptr;
+  // A private file's key leads to another file, which must stay.
+  return Find(file.key, found) == RegistryResult::kSuccess && found == &file &&
+         TakeOut(file.key, found) == RegistryResult::kSuccess;
+}
+
+RegistryResult RemoveMemoryFile(const NameKey& key) {
+  const MutexGuard guard(layerMutex);
+  FileHandle* file = nullptr;
+  const RegistryResult result = TakeOut(key, file);
+  if (result == RegistryResult::kSuccess) {
+    ReleaseMemoryFileLocked(file);
+  }
+  return result;
+}
+
+RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
+  const NameKey newKey = KeyOfName(newName);
+  const MutexGuard guard(layerMutex);
+  FileHandle* file = nullptr;
+  RegistryResult result = TakeOut(oldKey, file);
+  if (result != RegistryResult::kSuccess) {
+    return result;
+  }
+  StoreText(file->name, newName);
+  file->key = newKey;
+  FileHandle* existing = nullptr;
+  result = Enter(*file, existing);
+  if (existing != nullptr) {
+    MoveContents(*file, *existing);
+  }
+  if (existing != nullptr || result != RegistryResult::kSuccess) {
+    ReleaseMemoryFileLocked(file);
+  }
+  return result;
+}
+
+RegistryResult CommitMemoryFile(const NameKey& key, const char* name, bool& written) {
+  const MutexGuard guard(layerMutex);
+  FileHandle* file = nullptr;
+  RegistryResult result = Find(key, file);
+  if (result != RegistryResult::kSuccess) {
+    return result;
+  }
+  // It leaves the registry only when it is on disk, so that nothing can fail while it is put back;
+  // nobody sees the difference under the mutex.
+  written = WriteWhole(*file, name);
+  if (written) {
+    result = TakeOut(key, file);
+    ReleaseMemoryFileLocked(file);
+  }
+  return result;
+}
+
+}  // namespace zevka

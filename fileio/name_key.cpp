@@ -1,0 +1,70 @@
+#include "fileio/name_key.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+
+namespace zevka {
+namespace {
+
+constexpr std::uint32_t kStartHigh = 0x67452301;
+constexpr std::uint32_t kStartLow = 0xEFCDAB89;
+constexpr std::uint32_t kRoundStep = 0x9E3779B9;
+constexpr std::uint32_t kLastSum = 0xE3779B90;  // sixteen steps
+constexpr std::int32_t kBlockBytes = 16;
+
+using Block = std::array<std::uint32_t, 4>;
+
+// Shifts one byte into a word. KEEP(key-signed-bytes): bytes of 0x80 and above are added as
+// negative numbers and so take from the bits above them.
+std::uint32_t ShiftIn(std::uint32_t word, char byte) {
+  const std::uint32_t bits = static_cast<unsigned char>(byte);
+  const std::uint32_t signExtension = bits >= 0x80 ? 0xFFFFFF00 : 0;
+  return (word << 8) + (signExtension | bits);
+}
+
+// The next four words of a name with `remaining` bytes left. Places without a byte hold the count
+// of remaining bytes, which is why short names collide when they end in such bytes.
+Block NextBlock(const char* bytes, std::int32_t remaining) {
+  std::uint32_t pad = static_cast<std::uint32_t>(remaining);
+  pad |= pad << 8;
+  pad |= pad << 16;
+  Block words = {pad, pad, pad, pad};
+  const std::int32_t count = std::min(remaining, kBlockBytes);
+  for (std::int32_t i = 0; i < count; ++i) {
+    std::uint32_t& word = words[static_cast<std::size_t>(i) / 4];
+    word = ShiftIn(word, bytes[i]);
+  }
+  return words;
+}
+
+// KEEP(key-adds): the round adds where the well-known cipher uses exclusive-or and the reverse.
+void MixBlock(const Block& words, std::uint32_t& high, std::uint32_t& low) {
+  std::uint32_t sum = 0;
+  do {
+    high += (((low << 4) ^ (low >> 5)) + (low ^ sum)) + words[sum & 3];
+    sum += kRoundStep;
+    low += (((high << 4) ^ (high >> 5)) + (high ^ sum)) + words[(sum >> 11) & 3];
+  } while (sum != kLastSum);
+}
+
+}  // namespace
+
+NameKey ComputeNameKey(const char* bytes, std::int32_t length) {
+  std::uint32_t high = kStartHigh;
+  std::uint32_t low = kStartLow;
+  for (std::int32_t remaining = length; remaining > 0; remaining -= kBlockBytes) {
+    MixBlock(NextBlock(bytes, remaining), high, low);
+    bytes += std::min(remaining, kBlockBytes);
+  }
+  return {high & ~1U, low};
+}
+
+NameKey KeyOfName(const char* name) {
+  constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();
+  return ComputeNameKey(name, static_cast<std::int32_t>(std::min(std::strlen(name), kLongest)));
+}
+
+}  // namespace zevka
