@@ -1,0 +1,48 @@
+// zevka headers FILE: the fields of a message, one a line.
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "host/cli/session.h"
+#include "host/kit/disk.h"
+#include "host/kit/part_reading.h"
+#include "host/kit/text.h"
+
+namespace zevka::host {
+
+namespace {
+
+// Tabs are harmless and stay; everything else that steers a terminal is spelled out.
+std::string PrintableValue(const std::string& value) {
+  std::string text;
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t tab = value.find('\t', start);
+    text += Printable(value.substr(start, tab - start));
+    if (tab == std::string::npos) {
+      return text;
+    }
+    text += '\t';
+    start = tab + 1;
+  }
+}
+
+void ShowHeaders(Packer& packer, const InputFile& file) {
+  const DiskFile disk = ReadFile(file.absolute);
+  const Message message = packer.OpenBytes(disk.bytes);
+  for (const Field& field : Fields(message.Part())) {
+    Print(Printable(field.name) + ":" + PrintableValue(field.value) + "\n");
+  }
+}
+
+}  // namespace
+
+void AddHeaders(CLI::App& app, Session& session) {
+  auto file = std::make_shared<std::string>();
+  CLI::App* command = app.add_subcommand("headers", "Print the header fields of a message");
+  command->add_option("FILE", *file, "Message file")->required();
+  command->callback([file, &session] { session.ForFile(*file, ShowHeaders); });
+}
+
+}  // namespace zevka::host

@@ -1,0 +1,149 @@
+#include "host/kit/disk.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "host/loader.h"
+
+namespace zevka::host {
+
+namespace {
+
+constexpr std::size_t kReadBytes = 65536;
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) {
+      ::close(number_);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  explicit operator bool() const { return number_ >= 0; }
+  int Number() const { return number_; }
+  bool Close() {
+    const int number = number_;
+    number_ = -1;
+    return ::close(number) == 0;
+  }
+
+ private:
+  int number_;
+};
+
+// Where the system keeps temporary files.
+std::string TemporaryFiles() {
+  std::error_code failed;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
+  return failed ? "/tmp" : folder.string();
+}
+
+bool WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) {
+      continue;
+    }
+    if (written <= 0) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string ErrnoText(int error) {
+  return std::generic_category().message(error);
+}
+
+DiskFile ReadFile(const std::string& path) {
+  // Without O_NONBLOCK a named pipe would keep us waiting for a writer.
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  DiskFile result;
+  if (!file || ::fstat(file.Number(), &result.status) != 0) {
+    throw Failure(ErrnoText(errno));
+  }
+  if (S_ISDIR(result.status.st_mode)) {
+    throw Failure(ErrnoText(EISDIR));
+  }
+  if (!S_ISREG(result.status.st_mode)) {
+    throw Failure("Not a regular file");
+  }
+  std::array<char, kReadBytes> block{};
+  for (;;) {
+    const ssize_t count = ::read(file.Number(), block.data(), block.size());
+    if (count == 0) {
+      return result;
+    }
+    if (count > 0) {
+      result.bytes.append(block.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      throw Failure(ErrnoText(errno));
+    }
+  }
+}
+
+bool WriteNewFile(const std::string& path, std::string_view bytes, mode_t mode) {
+  Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+  if (!file) {
+    if (errno == EEXIST) {
+      return false;
+    }
+    throw Failure("cannot write " + path + ": " + ErrnoText(errno));
+  }
+  if (!WriteAll(file.Number(), bytes) || ::fsync(file.Number()) != 0 || !file.Close()) {
+    const int error = errno;
+    ::unlink(path.c_str());
+    throw Failure("cannot write " + path + ": " + ErrnoText(error));
+  }
+  return true;
+}
+
+void MakeFolders(const std::string& path) {
+  std::error_code failed;
+  std::filesystem::create_directories(path, failed);
+  if (!failed && !std::filesystem::is_directory(path, failed) && !failed) {
+    failed = std::make_error_code(std::errc::not_a_directory);
+  }
+  if (failed) {
+    throw Failure("cannot make the folder " + path + ": " + failed.message());
+  }
+}
+
+TemporaryFolder::TemporaryFolder(const std::string& parent) : path_(parent + "/.zevka-XXXXXX") {
+  if (::mkdtemp(path_.data()) == nullptr) {
+    throw Failure("cannot make a working folder in " + parent + ": " + ErrnoText(errno));
+  }
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+ScratchFolder::ScratchFolder() : folder_(TemporaryFiles()) {
+  if (::chdir(folder_.Path().c_str()) != 0) {
+    throw Failure("cannot work in " + folder_.Path() + ": " + ErrnoText(errno));
+  }
+}
+
+ScratchFolder::~ScratchFolder() {
+  // Out of it before it goes. The root is always there; nobody asks for a relative path afterwards.
+  if (::chdir("/") != 0) {
+    return;
+  }
+}
+
+}  // namespace zevka::host
