@@ -1,0 +1,669 @@
+// Memory files as a host meets them through the file operations: reading, writing, seeking, names
+// with one key, the budget and spilling.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/abi/host.h"
+#include "tests/abi/in_child.h"
+#include "tests/abi/message.h"
+#include "tests/support/temp_dir.h"
+
+namespace zevka::test {
+namespace {
+
+constexpr std::uint64_t kBudget = 134217728;
+
+class MemoryFiles : public ::testing::Test {
+ protected:
+  ~MemoryFiles() override {
+    for (const char* leaf : {"f", "g", "h"}) {
+      files.remove(folder.Path(leaf).c_str());
+    }
+  }
+  void* Open(const std::string& name, const char* mode) const {
+    errno = 0;
+    void* const handle = files.open(name.c_str(), mode);
+    if (handle == nullptr) {
+      throw std::runtime_error("cannot open " + name);
+    }
+    return handle;
+  }
+  // A file of the ten digits, open with the mode.
+  void* Digits(const char* mode) const {
+    WriteFile(host, path, "0123456789");
+    return Open(path, mode);
+  }
+  std::size_t Put(void* handle, const std::string& text) const {
+    return files.write(text.data(), 1, text.size(), handle);
+  }
+  std::string Get(void* handle, std::size_t room = 1000) const {
+    std::string text(room, '\0');
+    text.resize(files.read(text.data(), 1, room, handle));
+    return text;
+  }
+  void ExpectFlags(void* handle, int error, int eof) const {
+    EXPECT_EQ(files.error(handle), error);
+    EXPECT_EQ(files.eof(handle), eof);
+  }
+  // Sets the flags of a handle that may read but not write: the error by a write.
+  void SetError(void* readOnly) const {
+    EXPECT_EQ(Put(readOnly, "x"), 0U);
+    ExpectFlags(readOnly, 1, 0);
+  }
+
+  Host host;
+  TempDir folder;
+  std::string path = folder.Path("f");
+  const FileOperations& files = host.Files();
+};
+
+// ---- Reading
+
+TEST_F(MemoryFiles, ReadWholeItemsAndCopyATrailingPiece) {
+  void* const handle = Digits("r");
+  std::array<char, 16> buffer{};
+  buffer.fill('#');
+  EXPECT_EQ(files.read(buffer.data(), 4, 3, handle), 2U);
+  EXPECT_EQ(std::string(buffer.data(), 12), "0123456789##");
+  ExpectFlags(handle, 0, 1);
+  EXPECT_EQ(files.tell(handle), 10);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, ReadToTheEndWithoutNotingIt) {
+  void* const handle = Digits("r");
+  std::array<char, 16> buffer{};
+  EXPECT_EQ(files.read(buffer.data(), 5, 2, handle), 2U);
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(files.read(buffer.data(), 1, 0, handle), 0U) << "nothing asked, at the end";
+  ExpectFlags(handle, 0, 1);
+  EXPECT_EQ(files.seek(handle, 8, SEEK_SET), 0);
+  EXPECT_EQ(files.read(buffer.data(), 1, 0, handle), 0U) << "nothing asked, before it";
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(files.read(buffer.data(), 1, 1, handle), 1U);
+  EXPECT_EQ(buffer[0], '8');
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, ReadAnEmptyFileAsItsEnd) {
+  WriteFile(host, path, "");
+  void* const handle = Open(path, "r");
+  EXPECT_EQ(Get(handle), "");
+  ExpectFlags(handle, 0, 1);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, ReadHugeCountsWithoutOverflow) {
+  void* const handle = Digits("r");
+  std::array<char, 16> buffer{};
+  constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
+  EXPECT_EQ(files.read(buffer.data(), 1, kHuge, handle), 10U);
+  EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+  EXPECT_EQ(files.read(buffer.data(), kHuge, 1, handle), 0U);
+  EXPECT_EQ(files.tell(handle), 10);
+  EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+  EXPECT_EQ(files.read(buffer.data(), kHuge / 2 + 2, 2, handle), 0U);
+  EXPECT_EQ(std::string(buffer.data()), "0123456789");
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, ReadItemsOfNoSizeAsNone) {
+  void* const handle = Digits("r");
+  std::array<char, 4> buffer{};
+  EXPECT_EQ(files.read(buffer.data(), 0, 3, handle), 0U);
+  EXPECT_EQ(files.tell(handle), 0);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, RefuseReadingWithoutTheRight) {
+  void* const handle = Open(path, "w");
+  EXPECT_EQ(Put(handle, "text"), 4U);
+  EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+  char byte = '#';
+  errno = 0;
+  EXPECT_EQ(files.read(&byte, 1, 1, handle), 0U);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(byte, '#');
+  ExpectFlags(handle, 1, 0);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, ClearTheErrorByAReadThatIsAllowed) {
+  void* const handle = Digits("r");
+  SetError(handle);
+  EXPECT_EQ(Get(handle, 3), "012");
+  ExpectFlags(handle, 0, 0);
+  SetError(handle);
+  EXPECT_EQ(Get(handle), "3456789");
+  ExpectFlags(handle, 0, 1);
+  EXPECT_EQ(Put(handle, "x"), 0U);
+  ExpectFlags(handle, 1, 0);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+// ---- Writing
+
+TEST_F(MemoryFiles, RefuseWritingWithoutTheRight) {
+  void* const handle = Digits("r");
+  errno = 0;
+  EXPECT_EQ(Put(handle, "x"), 0U);
+  EXPECT_EQ(errno, EBADF);
+  ExpectFlags(handle, 1, 0);
+  errno = 0;
+  EXPECT_EQ(files.write("x", 0, 1, handle), 0U) << "the right is asked first";
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789");
+}
+
+TEST_F(MemoryFiles, WriteAtThePositionAndGrow) {
+  void* const handle = Digits("r+");
+  EXPECT_EQ(files.seek(handle, 8, SEEK_SET), 0);
+  EXPECT_EQ(files.write("ABCDEF", 2, 3, handle), 3U);
+  EXPECT_EQ(files.tell(handle), 14);
+  EXPECT_EQ(files.seek(handle, 1, SEEK_SET), 0);
+  EXPECT_EQ(Put(handle, "xy"), 2U);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0xy34567ABCDEF");
+}
+
+// KEEP(zero-item-size-writes-nothing)
+TEST_F(MemoryFiles, WriteItemsOfNoSizeAsNone) {
+  void* const handle = Open(path, "w+");
+  EXPECT_EQ(files.write("x", 0, 1, handle), 0U);
+  EXPECT_EQ(files.write("x", 0, 5, handle), 0U);
+  EXPECT_EQ(files.write("x", 1, 0, handle), 0U);
+  EXPECT_EQ(files.tell(handle), 0);
+  EXPECT_EQ(SizeOf(host, path), 0);
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, WriteMoreThanThereIsAsNothing) {
+  void* const handle = Digits("r+");
+  constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
+  EXPECT_EQ(files.seek(handle, 5, SEEK_SET), 0);
+  EXPECT_EQ(files.write("x", kHuge / 2 + 2, 2, handle), 0U);
+  EXPECT_EQ(files.error(handle), 1);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789");
+}
+
+TEST_F(MemoryFiles, AppendWhateverThePositionIs) {
+  void* const handle = Digits("a+");
+  EXPECT_EQ(files.tell(handle), 0);
+  EXPECT_EQ(Get(handle, 2), "01");
+  EXPECT_EQ(Put(handle, "A"), 1U);
+  EXPECT_EQ(files.tell(handle), 11);
+  EXPECT_EQ(files.seek(handle, 3, SEEK_SET), 0);
+  EXPECT_EQ(Put(handle, "B"), 1U);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789AB");
+}
+
+// KEEP(write-leaves-flags)
+TEST_F(MemoryFiles, WriteWithoutTouchingTheFlags) {
+  void* const handle = Open(path, "w");
+  char byte = 0;
+  EXPECT_EQ(files.read(&byte, 1, 1, handle), 0U);
+  ExpectFlags(handle, 1, 0);
+  EXPECT_EQ(Put(handle, "text"), 4U);
+  ExpectFlags(handle, 1, 0);
+  files.clearError(handle);
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(files.close(handle), 0);
+  void* const both = Open(path, "r+");
+  EXPECT_EQ(Get(both), "text");
+  EXPECT_EQ(Put(both, "more"), 4U);
+  ExpectFlags(both, 0, 1);
+  files.clearError(both);
+  ExpectFlags(both, 0, 0);
+  EXPECT_EQ(files.close(both), 0);
+}
+
+TEST_F(MemoryFiles, KeepManyPiecesOfManySizes) {
+  void* const handle = Open(path, "w+b");
+  std::string expected;
+  for (std::size_t size = 0; size < 300; ++size) {
+    const std::string piece(size, static_cast<char>('a' + size % 26));
+    EXPECT_EQ(Put(handle, piece), size);
+    expected += piece;
+  }
+  EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+  EXPECT_EQ(Get(handle, 100000), expected);
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+// ---- Seeking
+
+struct SeekCase {
+  std::int64_t offset;
+  int whence;
+  int result;
+  std::int64_t position;  // from 4 in ten digits
+};
+
+// KEEP(seek-end-subtracts)
+TEST_F(MemoryFiles, SeekInTheirOwnWay) {
+  constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+  for (const SeekCase& one : std::vector<SeekCase>{
+           {0, SEEK_SET, 0, 0},
+           {10, SEEK_SET, 0, 10},
+           {-1, SEEK_SET, -1, 4},
+           {0, SEEK_CUR, 0, 4},
+           {3, SEEK_CUR, 0, 7},
+           {-4, SEEK_CUR, 0, 0},
+           {6, SEEK_CUR, 0, 10},
+           {-5, SEEK_CUR, -1, 4},
+           {0, SEEK_END, 0, 10},
+           {2, SEEK_END, 0, 8},
+           {10, SEEK_END, 0, 0},
+           {11, SEEK_END, -1, 4},
+           {5, 3, 0, 4},
+           {5, -1, 0, 4},
+           {5, 99, 0, 4},
+           {kLeast, SEEK_SET, -1, 4},
+           {kLeast, SEEK_CUR, -1, 4},
+           {kMost, SEEK_END, -1, 4},
+       }) {
+    void* const handle = Digits("r");
+    SetError(handle);
+    EXPECT_EQ(files.seek(handle, 4, SEEK_SET), 0);
+    ExpectFlags(handle, 0, 0);
+    EXPECT_EQ(files.seek(handle, one.offset, one.whence), one.result)
+        << one.offset << " from " << one.whence;
+    EXPECT_EQ(files.tell(handle), one.position) << one.offset << " from " << one.whence;
+    EXPECT_EQ(files.error(handle), one.result == 0 ? 0 : 1);
+    EXPECT_EQ(files.close(handle), 0);
+  }
+}
+
+TEST_F(MemoryFiles, SeekClearsBothFlagsEvenWhenNothingMoves) {
+  void* const handle = Digits("r");
+  for (const int whence : {SEEK_SET, SEEK_CUR, SEEK_END, 7}) {
+    EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+    Get(handle);
+    ExpectFlags(handle, 0, 1);
+    EXPECT_EQ(files.seek(handle, 0, whence), 0);
+    ExpectFlags(handle, 0, 0);
+    SetError(handle);
+    EXPECT_EQ(files.seek(handle, 0, whence), 0);
+    ExpectFlags(handle, 0, 0);
+  }
+  EXPECT_EQ(files.close(handle), 0);
+}
+
+TEST_F(MemoryFiles, SeekBeyondTheEndFillsWithZerosFromTheEnd) {
+  void* const handle = Digits("r+");
+  EXPECT_EQ(files.seek(handle, 0, SEEK_END), 0);
+  EXPECT_EQ(files.seek(handle, 100, SEEK_SET), 0);
+  EXPECT_EQ(files.tell(handle), 100);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(90, '\0'));
+}
+
+// KEEP(seek-zeros-at-position)
+TEST_F(MemoryFiles, SeekBeyondTheEndWritesItsZerosWhereItStands) {
+  void* const handle = Digits("r+");
+  EXPECT_EQ(files.seek(handle, 100, SEEK_SET), 0);
+  EXPECT_EQ(files.tell(handle), 100);
+  EXPECT_EQ(SizeOf(host, path), 90);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), std::string(90, '\0'));
+
+  void* const middle = Digits("r+");
+  EXPECT_EQ(files.seek(middle, 3, SEEK_SET), 0);
+  EXPECT_EQ(files.seek(middle, 12, SEEK_SET), 0);
+  EXPECT_EQ(files.close(middle), 0);
+  EXPECT_EQ(ReadFile(host, path), "012" + std::string(2, '\0') + "56789");
+}
+
+TEST_F(MemoryFiles, SeekBeyondTheEndOfAnAppendedFileFillsFromTheEnd) {
+  void* const handle = Digits("a+");
+  EXPECT_EQ(files.seek(handle, 20, SEEK_SET), 0);
+  EXPECT_EQ(files.tell(handle), 20);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(10, '\0'));
+}
+
+// KEEP(seek-zeros-at-position)
+TEST_F(MemoryFiles, SeekBeyondTheEndWithoutTheRightToWriteMovesOnly) {
+  void* const handle = Digits("r");
+  errno = 0;
+  EXPECT_EQ(files.seek(handle, 100, SEEK_SET), 0);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(files.tell(handle), 100);
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(Get(handle), "");
+  ExpectFlags(handle, 0, 1);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789");
+}
+
+TEST_F(MemoryFiles, SeekBeyondTheEndFromHereAndFromTheEnd) {
+  void* const handle = Digits("r+");
+  EXPECT_EQ(files.seek(handle, 10, SEEK_SET), 0);
+  EXPECT_EQ(files.seek(handle, 5, SEEK_CUR), 0);
+  EXPECT_EQ(files.tell(handle), 15);
+  EXPECT_EQ(files.seek(handle, -5, SEEK_END), 0);
+  EXPECT_EQ(files.tell(handle), 20);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(10, '\0'));
+}
+
+// KEEP(seek-beyond-the-budget)
+TEST_F(MemoryFiles, SeekBeyondTheBudgetMovesAndWritesNothing) {
+  void* const handle = Digits("r+");
+  EXPECT_EQ(files.seek(handle, 0, SEEK_END), 0);
+  errno = 0;
+  EXPECT_EQ(files.seek(handle, 200 * 1048576, SEEK_SET), 0);
+  EXPECT_EQ(errno, ENOMEM);
+  EXPECT_EQ(files.tell(handle), 200 * 1048576);
+  ExpectFlags(handle, 0, 0);
+  EXPECT_EQ(SizeOf(host, path), 10);
+  EXPECT_FALSE(OnDisk(path));
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "0123456789");
+}
+
+// ---- Opening again
+
+TEST_F(MemoryFiles, OpenedAgainHaveTheSameContents) {
+  WriteFile(host, path, "0123456789");
+  for (int i = 0; i < 3; ++i) {
+    void* const handle = Open(path, "r");
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(files.tell(handle), 0);
+    EXPECT_EQ(Get(handle), "0123456789");
+    EXPECT_EQ(files.close(handle), 0);
+  }
+  void* const emptied = Open(path, "w");
+  EXPECT_EQ(SizeOf(host, path), 0);
+  EXPECT_EQ(files.close(emptied), 0);
+  EXPECT_EQ(ReadFile(host, path), "");
+}
+
+TEST_F(MemoryFiles, OpenedAgainHaveClearFlags) {
+  void* const first = Digits("r");
+  Get(first);
+  ExpectFlags(first, 0, 1);
+  EXPECT_EQ(files.close(first), 0);
+  void* const second = Open(path, "r");
+  ExpectFlags(second, 0, 0);
+  SetError(second);
+  EXPECT_EQ(files.close(second), 0);
+  void* const third = Open(path, "r");
+  ExpectFlags(third, 0, 0);
+  EXPECT_EQ(files.close(third), 0);
+}
+
+TEST_F(MemoryFiles, ShowZerosWhereAnEmptiedFileHadBytes) {
+  WriteFile(host, path, std::string(3000, 'x'));
+  void* const handle = Open(path, "w+");
+  EXPECT_EQ(Put(handle, "ab"), 2U);
+  EXPECT_EQ(files.seek(handle, 2000, SEEK_SET), 0);
+  EXPECT_EQ(files.close(handle), 0);
+  EXPECT_EQ(ReadFile(host, path), "ab" + std::string(1998, '\0'));
+}
+
+// ---- Names with one key
+
+struct Collision {
+  const char* what;
+  std::string first;
+  std::string second;
+};
+
+std::vector<Collision> Collisions() {
+  return {{"fifteen bytes and sixteen", "AAAAAAAAAAAAbcd",
+           "AAAAAAAAAAAA\x0F"
+           "bcd"},
+          {"twelve bytes and four of the number", "zevka-namesA", "zevka-namesA\x0C\x0C\x0C\x0C"},
+          {"eight bytes and eight of the number", "zevka-08",
+           "zevka-08\x08\x08\x08\x08\x08\x08\x08\x08"}};
+}
+
+// KEEP(files-are-found-by-key)
+TEST_F(MemoryFiles, WithOneKeyAreOneFile) {
+  for (const Collision& names : Collisions()) {
+    WriteFile(host, names.first, "0123456789");
+    EXPECT_EQ(SizeOf(host, names.second), 10) << names.what;
+    EXPECT_EQ(ReadFile(host, names.second), "0123456789") << names.what;
+    void* const handle = Open(names.first, "r");
+    EXPECT_EQ(files.open(names.second.c_str(), "r"), handle) << names.what;
+    EXPECT_EQ(files.close(handle), 0);
+    EXPECT_EQ(files.isOnDisk(names.second.c_str()), -1);
+    EXPECT_EQ(files.remove(names.second.c_str()), 0) << names.what;
+    EXPECT_FALSE(Exists(host, names.first)) << names.what;
+  }
+}
+
+// KEEP(files-are-found-by-key)
+TEST_F(MemoryFiles, WithOneKeyAreCommittedUnderTheNameAsked) {
+  InChildAt(folder.Path(), [this] {
+    for (const Collision& names : Collisions()) {
+      WriteFile(host, names.first, "0123456789");
+      EXPECT_EQ(files.commit(names.second.c_str()), 0) << names.what;
+      EXPECT_FALSE(OnDisk(names.first)) << names.what;
+      EXPECT_EQ(DiskBytes(names.second), "0123456789") << names.what;
+    }
+  });
+}
+
+TEST_F(MemoryFiles, WithLikeNamesAreDifferentFiles) {
+  std::vector<std::string> names = {"x", "y", "xx", "X", "x ", "\xC3\xA9", "\xC3\xA8"};
+  for (int i = 0; i < 2000; ++i) {
+    names.push_back("file-" + std::to_string(i));
+  }
+  for (const std::string& name : names) {
+    WriteFile(host, folder.Path(name), name);
+  }
+  for (const std::string& name : names) {
+    EXPECT_EQ(ReadFile(host, folder.Path(name)), name);
+    EXPECT_EQ(files.remove(folder.Path(name).c_str()), 0);
+  }
+  for (const std::string& name : names) {
+    EXPECT_FALSE(Exists(host, folder.Path(name)));
+  }
+}
+
+// ---- The budget. Each test has a process to itself, in which no other file takes room.
+
+struct FreeText {
+  void operator()(char* text) const { std::free(text); }
+};
+
+// A block of bytes that is cheap to make.
+std::unique_ptr<char, FreeText> Block(std::uint64_t size) {
+  std::unique_ptr<char, FreeText> block(static_cast<char*>(std::calloc(size, 1)));
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
+  block.get()[0] = 'F';
+  block.get()[size - 1] = 'L';
+  return block;
+}
+
+class BudgetRun {
+ public:
+  explicit BudgetRun(const TempDir& folder) : folder_(folder) {}
+  const FileOperations& files() const { return host_.Files(); }
+  const Host& host() const { return host_; }
+  std::string Path(const char* leaf) const { return folder_.Path(leaf); }
+
+  // A new file, written with one call; its handle.
+  void* Written(const char* leaf, std::uint64_t size, const char* mode = "w+b") const {
+    void* const handle = files().open(Path(leaf).c_str(), mode);
+    EXPECT_EQ(files().write(Block(size).get(), 1, size, handle), size) << leaf;
+    return handle;
+  }
+  void Fill(const char* leaf, std::uint64_t size) const { files().close(Written(leaf, size)); }
+  bool IsInMemory(const char* leaf) const { return InMemory(host_, Path(leaf)); }
+
+ private:
+  Host host_;
+  const TempDir& folder_;
+};
+
+// One call of n bytes takes n rounded down to 4096, and 4096 more.
+TEST(MemoryBudget, CountsWhatIsSetAsideForAFile) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    run.Fill("most", kBudget - 8192 + 5);  // all but 4096
+    EXPECT_TRUE(run.IsInMemory("most"));
+    run.Fill("ten", 10);  // the last 4096
+    EXPECT_TRUE(run.IsInMemory("ten"));
+    run.Fill("one", 1);
+    EXPECT_FALSE(run.IsInMemory("one"));
+    EXPECT_TRUE(OnDisk(run.Path("one")));
+    EXPECT_EQ(run.files().remove(run.Path("ten").c_str()), 0);
+    run.Fill("four", 4095);
+    EXPECT_TRUE(run.IsInMemory("four"));
+    EXPECT_EQ(run.files().remove(run.Path("four").c_str()), 0);
+    run.Fill("exact", 4096);  // needs 8192
+    EXPECT_FALSE(run.IsInMemory("exact"));
+    run.Fill("empty", 4095);
+    EXPECT_TRUE(run.IsInMemory("empty"));
+  });
+}
+
+TEST(MemoryBudget, IsGivenBackByEveryEndOfAFile) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    const FileOperations& files = run.files();
+    const std::string most = run.Path("most");
+    const std::uint64_t size = 100 * 1048576;
+    run.Fill("most", size);
+    EXPECT_TRUE(run.IsInMemory("most"));
+    EXPECT_EQ(files.remove(most.c_str()), 0);
+    run.Fill("most", size);
+    EXPECT_TRUE(run.IsInMemory("most")) << "after a removal";
+    files.close(files.open(most.c_str(), "wb"));
+    run.Fill("other", size);
+    EXPECT_TRUE(run.IsInMemory("other")) << "after emptying";
+    run.Fill("tiny", 1);
+    EXPECT_EQ(files.rename(run.Path("tiny").c_str(), run.Path("other").c_str()), 0);
+    run.Fill("most", size);
+    EXPECT_TRUE(run.IsInMemory("most")) << "after being renamed over";
+    PartObject* const message = run.host()->OpenMessage(most.c_str());
+    EXPECT_NE(message, nullptr);
+    EXPECT_FALSE(InMemory(run.host(), most + "_e")) << "two of it are too much";
+    char* buffer = nullptr;
+    EXPECT_EQ(run.host()->CloseMessage(message, &buffer, false), static_cast<std::int64_t>(size));
+    run.host()->ReleaseControl(kReleaseBuffer, buffer);
+    run.Fill("most", size);
+    EXPECT_TRUE(run.IsInMemory("most")) << "after being taken";
+  });
+}
+
+TEST(MemoryBudget, IsGivenBackByACommit) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    run.Fill("most", 100 * 1048576);
+    EXPECT_EQ(run.files().commit(run.Path("most").c_str()), 0);
+    run.Fill("other", 100 * 1048576);
+    EXPECT_TRUE(run.IsInMemory("other"));
+  });
+}
+
+// Doubling comes first, also when it asks for more than there is and the need itself would fit.
+TEST(MemoryBudget, SpillsWhenDoublingIsTooMuch) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    void* const handle = run.Written("f", 68 * 1048576 - 1);
+    EXPECT_TRUE(run.IsInMemory("f"));
+    EXPECT_EQ(run.files().write("x", 1, 1, handle), 1U);
+    EXPECT_FALSE(run.IsInMemory("f"));
+    EXPECT_EQ(run.files().close(handle), 0);
+    EXPECT_EQ(std::filesystem::file_size(run.Path("f")), 68U * 1048576U);
+  });
+}
+
+// KEEP(spill-appends)
+TEST(MemoryBudget, SpillsToDiskWithTheNewBytesAfterTheOld) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    const FileOperations& files = run.files();
+    const std::string path = run.Path("f");
+    void* const handle = files.open(path.c_str(), "w+b");
+    EXPECT_EQ(files.write("0123456789", 1, 10, handle), 10U);
+    EXPECT_EQ(files.seek(handle, 2, SEEK_SET), 0);
+    EXPECT_EQ(files.write(Block(kBudget).get(), 1, kBudget, handle), kBudget);
+    // from here on the handle is one of a disk file
+    EXPECT_EQ(files.isOnDisk(path.c_str()), 0);
+    EXPECT_EQ(files.tell(handle), static_cast<std::int64_t>(kBudget) + 10);
+    EXPECT_EQ(files.seek(handle, -1, SEEK_END), 0);
+    char byte = 0;
+    EXPECT_EQ(files.read(&byte, 1, 1, handle), 1U);
+    EXPECT_EQ(byte, 'L');
+    EXPECT_EQ(files.seek(handle, 8, SEEK_SET), 0);
+    std::array<char, 4> edge{};
+    EXPECT_EQ(files.read(edge.data(), 1, 3, handle), 3U);
+    EXPECT_STREQ(edge.data(), "89F");
+    EXPECT_EQ(files.close(handle), 0);
+    EXPECT_EQ(std::filesystem::file_size(path), kBudget + 10);
+    run.Fill("g", 100 * 1048576);
+    EXPECT_TRUE(run.IsInMemory("g")) << "its room is given back";
+  });
+}
+
+// KEEP(spill-uses-the-mode-of-creation)
+TEST(MemoryBudget, SpillsWithTheModeOfTheFilesCreation) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    const FileOperations& files = run.files();
+    const std::string path = run.Path("f");
+    WriteFile(run.host(), path, "0123456789");  // "wb"
+    void* const handle = files.open(path.c_str(), "r+");
+    EXPECT_EQ(files.write(Block(kBudget).get(), 1, kBudget, handle), kBudget);
+    EXPECT_EQ(files.close(handle), 0);
+    EXPECT_EQ(files.isOnDisk(path.c_str()), 0);
+    EXPECT_EQ(std::filesystem::file_size(path), kBudget + 10);
+  });
+}
+
+TEST(MemoryBudget, KeepsTheContentsOfAHandleThatCannotSpill) {
+  const TempDir folder;
+  InChild([&folder] {
+    const BudgetRun run(folder);
+    const FileOperations& files = run.files();
+    const std::string path = run.Path("no-folder/f");
+    void* const handle = files.open(path.c_str(), "w+b");
+    EXPECT_EQ(files.write("0123456789", 1, 10, handle), 10U);
+    const auto block = Block(kBudget);
+    EXPECT_EQ(files.write(block.get(), 1, kBudget, handle), 0U);
+    EXPECT_EQ(files.error(handle), 1);
+    EXPECT_EQ(files.eof(handle), 0);
+    EXPECT_FALSE(Exists(run.host(), path)) << "no longer found by its name";
+    EXPECT_EQ(files.seek(handle, 0, SEEK_SET), 0);
+    std::array<char, 11> digits{};
+    EXPECT_EQ(files.read(digits.data(), 1, 10, handle), 10U);
+    EXPECT_STREQ(digits.data(), "0123456789");
+    errno = 0;
+    EXPECT_EQ(files.write(block.get(), 1, kBudget, handle), 0U);
+    EXPECT_EQ(errno, EIO);
+  });
+}
+
+}  // namespace
+}  // namespace zevka::test
