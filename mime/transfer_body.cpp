@@ -84,7 +84,9 @@ void NoteQuotedPrintableFaults(PartState& part) {
     return;
   }
   AppendNode(part.headers, "X-WrongBodyEncoding", " 1");
-  AppendNode(part.headers, "X-NoCharsWrongEncoded", " " + std::to_string(faults));
+  std::string count(" ");
+  count += std::to_string(faults);
+  AppendNode(part.headers, "X-NoCharsWrongEncoded", count);
   part.kind.wrongBodyEncoding = true;
 }
 
