@@ -1,127 +1,151 @@
 #include "codec/quoted_printable.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace zevka {
 namespace {
 
 constexpr std::int32_t kText = 0;
-constexpr std::int32_t kEscape = 1;
-constexpr std::int32_t kEscapeDigit = 2;
-constexpr std::int32_t kSoftBreak = 3;
-constexpr int kNoDigit = -1;
+constexpr std::int32_t kEscape = 1;         // "=" was seen
+constexpr std::int32_t kEscapeDigit = 2;    // "=" and one digit were seen
+constexpr std::int32_t kSoftBreakOpen = 3;  // a soft line break waits for its LF
 
-int HexValue(unsigned char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
+constexpr unsigned char kNoDigit = 0xFF;
+
+using DigitTable = std::array<unsigned char, 256>;
+
+constexpr DigitTable MakeDigitTable() {
+  DigitTable table{};
+  table.fill(kNoDigit);
+  for (unsigned char i = 0; i < 10; ++i) {
+    table['0' + i] = i;
   }
-  if (c >= 'A' && c <= 'F') {
-    return c - 'A' + 10;
+  for (unsigned char i = 10; i < 16; ++i) {
+    table['A' + i - 10] = i;
+    table['a' + i - 10] = i;
   }
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : kNoDigit;
+  return table;
 }
 
-// Decodes one chunk; the state is kept in the object meanwhile.
-class ChunkDecoder {
- public:
-  ChunkDecoder(DecodeState& state, LineEndStyle lineEnd, std::span<unsigned char> output)
-      : state_(state),
-        lineEnd_(lineEnd),
-        output_(output),
-        phase_(state.quotedPrintable.state),
-        previous_(state.quotedPrintable.previous) {}
+constexpr DigitTable kDigits = MakeDigitTable();
 
-  std::size_t Decode(std::span<const unsigned char> input) {
-    for (const unsigned char c : input) {
-      Take(c);
-      previous_ = c;
-    }
-    state_.quotedPrintable = {phase_, previous_};
-    return written_;
-  }
+// The running decoder, with its state in locals.
+struct Decoder {
+  std::int32_t state;
+  std::uint64_t faults;
+  LineEndStyle lineEnd;
+  unsigned char* out;
+  unsigned char* outEnd;
 
- private:
-  void Take(unsigned char c) {
-    switch (phase_) {
-      case kEscape:
-        TakeBehindEscape(c);
-        break;
-      case kEscapeDigit:
-        TakeSecondDigit(c);
-        break;
-      default:
-        TakeText(c);
-        break;
-    }
-  }
-
-  // KEEP(qp-open-soft-break): in a CR LF message, a soft break that began with a lone CR or LF stays open, and the
-  // next LF ends it, however much text stands between.
-  void TakeText(unsigned char c) {
-    if (phase_ == kSoftBreak && c == '\n') {
-      phase_ = kText;
-    } else if (c == '=') {
-      phase_ = kEscape;
-    } else {
-      Put(c);
-    }
-  }
-
-  void TakeBehindEscape(unsigned char c) {
-    if (HexValue(c) != kNoDigit) {
-      phase_ = kEscapeDigit;
-    } else if (lineEnd_ == LineEndStyle::kCrLf && (c == '\r' || c == '\n')) {
-      phase_ = kSoftBreak;
-    } else if (lineEnd_ != LineEndStyle::kCrLf && c == static_cast<unsigned char>(LineEndBytes(lineEnd_)[0])) {
-      phase_ = kText;
-    } else {
-      Fault();
-    }
-  }
-
-  void TakeSecondDigit(unsigned char c) {
-    const int high = HexValue(previous_);
-    const int low = HexValue(c);
-    if (high == kNoDigit || low == kNoDigit) {
-      Fault();
-      return;
-    }
-    phase_ = kText;
-    Put(static_cast<unsigned char>(high * 16 + low));
-  }
-
-  void Put(unsigned char c) {
-    if (written_ == output_.size()) {
-      Fault();
-      return;
-    }
-    output_[written_++] = c;
-  }
-
-  // KEEP(qp-fault-drops): the escape and the character that broke it are dropped.
+  // KEEP(qp-fault-drops): a fault drops all of the escape, the character that broke it included.
   void Fault() {
-    ++state_.base64.invalidTotal;
-    phase_ = kText;
+    ++faults;
+    state = kText;
   }
-
-  DecodeState& state_;
-  LineEndStyle lineEnd_;
-  std::span<unsigned char> output_;
-  std::int32_t phase_;
-  unsigned char previous_;
-  std::size_t written_ = 0;
+  void Write(unsigned char c);
+  void CopyText(const unsigned char* text, std::size_t length);
+  void StepEscape(unsigned char c);
+  void StepEscapeDigit(unsigned char previous, unsigned char c);
+  void StepSoftBreakOpen(unsigned char c);
 };
+
+void Decoder::Write(unsigned char c) {
+  if (out == outEnd) {
+    Fault();
+    return;
+  }
+  *out++ = c;
+}
+
+// Text without an escape. KEEP(qp-blanks-stay): blanks before a line end too.
+void Decoder::CopyText(const unsigned char* text, std::size_t length) {
+  const std::size_t fitting = std::min(length, static_cast<std::size_t>(outEnd - out));
+  out = std::copy_n(text, fitting, out);
+  faults += length - fitting;
+}
+
+void Decoder::StepEscape(unsigned char c) {
+  if (kDigits[c] != kNoDigit) {
+    state = kEscapeDigit;
+  } else if (lineEnd == LineEndStyle::kCrLf && (c == '\r' || c == '\n')) {
+    state = kSoftBreakOpen;
+  } else if (lineEnd != LineEndStyle::kCrLf &&
+             c == static_cast<unsigned char>(LineEndBytes(lineEnd)[0])) {
+    state = kText;
+  } else {
+    Fault();
+  }
+}
+
+void Decoder::StepEscapeDigit(unsigned char previous, unsigned char c) {
+  const unsigned high = kDigits[previous];
+  const unsigned low = kDigits[c];
+  if (high == kNoDigit || low == kNoDigit) {
+    Fault();
+    return;
+  }
+  state = kText;
+  Write(static_cast<unsigned char>(high * 16 + low));
+}
+
+// KEEP(qp-soft-break-open): the break stays open over any text until a LF, which is swallowed, also
+// when it was a lone CR or LF that opened it; another "=" forgets it.
+void Decoder::StepSoftBreakOpen(unsigned char c) {
+  if (c == '\n') {
+    state = kText;
+  } else if (c == '=') {
+    state = kEscape;
+  } else {
+    Write(c);
+  }
+}
 
 }  // namespace
 
-std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd, std::span<const unsigned char> input,
-                          std::span<unsigned char> output) {
+std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd,
+                          std::span<const unsigned char> input, std::span<unsigned char> output) {
+  QpDecodeState& own = state.quotedPrintable;
   if (input.empty()) {
-    const bool open = state.quotedPrintable.state == kEscape || state.quotedPrintable.state == kEscapeDigit;
-    state.base64.invalidTotal += open ? 1 : 0;
+    if (own.state == kEscape || own.state == kEscapeDigit) {
+      ++state.base64.invalidTotal;
+    }
     return 0;
   }
-  return ChunkDecoder(state, lineEnd, output).Decode(input);
+  Decoder decoder{own.state, 0, lineEnd, output.data(), output.data() + output.size()};
+  const unsigned char* in = input.data();
+  const unsigned char* const end = in + input.size();
+  unsigned char previous = own.previous;
+  while (in != end) {
+    if (decoder.state == kText) {
+      const void* const escape = std::memchr(in, '=', static_cast<std::size_t>(end - in));
+      const unsigned char* const textEnd =
+          escape == nullptr ? end : static_cast<const unsigned char*>(escape);
+      decoder.CopyText(in, static_cast<std::size_t>(textEnd - in));
+      in = textEnd;
+      if (in == end) {
+        break;
+      }
+      ++in;
+      decoder.state = kEscape;
+    } else {
+      const unsigned char c = *in++;
+      if (decoder.state == kEscape) {
+        decoder.StepEscape(c);
+      } else if (decoder.state == kEscapeDigit) {
+        decoder.StepEscapeDigit(previous, c);
+      } else {
+        decoder.StepSoftBreakOpen(c);
+      }
+      previous = c;
+    }
+  }
+  own.state = decoder.state;
+  own.previous = input.back();
+  state.base64.invalidTotal += decoder.faults;
+  return static_cast<std::size_t>(decoder.out - output.data());
 }
 
 }  // namespace zevka
