@@ -1,7 +1,6 @@
 #include "mime/mime_part.h"
 
 #include <algorithm>
-#include <cstring>
 #include <cwchar>
 #include <memory>
 #include <optional>
@@ -289,7 +288,7 @@ int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
   }
   // KEEP(encoded-name-unbounded): unlike the decoded one, this name is copied whole and before it
   // is known that the file exists.
-  std::strcpy(buf, state_.files.encoded.c_str());
+  *std::copy(state_.files.encoded.begin(), state_.files.encoded.end(), buf) = '\0';
   const std::string* name = EncodedBodyName(state_);
   if (name == nullptr) {
     return 0;
