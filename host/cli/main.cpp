@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -44,6 +45,8 @@ int Run(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+  // A file that grows too large is a failure to report, not the end.
+  std::signal(SIGXFSZ, SIG_IGN);
   // Names in messages become UTF-8, wherever the command runs.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   try {
