@@ -10,6 +10,7 @@
 namespace zevka {
 namespace {
 
+// KEEP(conversion-error-text): a text that cannot be converted is this text, and nobody is told.
 constexpr const char* kNarrowError = "(conversion-error)";
 constexpr const wchar_t* kWideError = L"(conversion-error)";
 

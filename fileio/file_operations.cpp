@@ -167,6 +167,7 @@ int QueryFileOperations(int version, FileOperations* out) {
   out->version = kDescriptorVersion;
   out->installMemoryFiles = &InstallMemoryFiles;
   out->removeMemoryFiles = &RemoveMemoryFiles;
+  // KEEP(host-gets-forwarding-functions): not what the table holds now.
   out->open = &FileOpen;
   out->close = &FileClose;
   out->read = &FileRead;

@@ -72,6 +72,7 @@ std::size_t SpillToDisk(FileHandle& file, const void* buffer, std::size_t itemSi
     errno = EIO;
     return 0;
   }
+  // KEEP(spill-uses-the-mode-of-creation): a mode that only opens would find nothing there.
   std::FILE* const stream = std::fopen(file.name.data(), file.mode.data());
   if (stream == nullptr) {
     file.errorFlag = 1;
@@ -87,6 +88,7 @@ std::size_t SpillToDisk(FileHandle& file, const void* buffer, std::size_t itemSi
 }
 
 // Writes zeros at the position as a write would, but never moves the file to disk.
+// KEEP(seek-beyond-the-budget): without room nothing is written, and the seek succeeds.
 void FillWithZeros(FileHandle& file, std::uint64_t count) {
   if (!MayWrite(file)) {
     RefuseAccess(file);
@@ -142,6 +144,8 @@ std::size_t ReadMemoryFile(FileHandle& file, void* buffer, std::size_t itemSize,
   file.errorFlag = 0;
   const std::uint64_t remaining = file.length - position;
   const std::uint64_t wholeItems = itemSize == 1 ? remaining : remaining / itemSize;
+  // KEEP(read-trailing-piece): the piece of an item at the end is copied and used up, and not
+  // counted.
   const bool enough = wholeItems >= itemCount;
   const std::uint64_t bytes = enough ? itemSize * itemCount : remaining;
   if (bytes != 0) {
@@ -171,6 +175,7 @@ std::size_t WriteMemoryFile(FileHandle& file, const void* buffer, std::size_t it
   if (bytes != 0) {
     std::memcpy(file.data + file.position, buffer, bytes);
   }
+  // KEEP(write-leaves-flags): an error flag from before stays set.
   Advance(file, end);
   // KEEP(write-size-zero): an item of no bytes is not counted as written.
   return itemSize == 0 ? 0 : itemCount;

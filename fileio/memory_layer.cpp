@@ -60,6 +60,8 @@ void MoveContents(FileHandle& from, FileHandle& to) ZEVKA_REQUIRES(layerMutex) {
 }
 
 // One open, one write, one close; false with the errno of the open or the write.
+// KEEP(commit-makes-a-new-file): mode 0644 and this process's owner, whatever the file had that was
+// there before it was set aside.
 bool WriteWhole(const FileHandle& file, const char* name) {
   const int descriptor =
       ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
@@ -94,6 +96,7 @@ int BeginMemoryLayer() {
   return 0;
 }
 
+// KEEP(layer-end-discards): nothing is written out.
 int EndMemoryLayer() {
   if (!begun) {
     return 0;
@@ -202,6 +205,7 @@ bool TakeOutMemoryFile(const FileHandle& file) {
          TakeOut(file.key, found) == RegistryResult::kSuccess;
 }
 
+// KEEP(remove-ends-handles): a file goes while it is open, and its handle with it.
 RegistryResult RemoveMemoryFile(const NameKey& key) {
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
@@ -212,6 +216,9 @@ RegistryResult RemoveMemoryFile(const NameKey& key) {
   return result;
 }
 
+// KEEP(rename-in-memory-only): a disk file of the new name stays and is hidden.
+// KEEP(rename-moves-into-the-record): the record that has the new key keeps its name, mode and
+// flags.
 RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
   const NameKey newKey = KeyOfName(newName);
   const MutexGuard guard(layerMutex);

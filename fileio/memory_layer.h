@@ -1,6 +1,7 @@
 // The memory files of the process: begin and end of the layer, and what is done with a whole file.
 //
-// Files are found by the key of their name alone; only the creation compares the names themselves.
+// KEEP(files-are-found-by-key): by the key of their name alone; only the creation compares the
+// names themselves, so two names with one key are one file.
 // The record of a file is in the registry from its creation until it is removed, taken, committed,
 // moved to disk, or renamed onto another.
 //

@@ -172,6 +172,8 @@ int CommitMessage(PartPtr message, const CommitTexts& texts) {
     std::array<char, kNameRoom> name{};
     message->GetFileName(name.data(), name.size() - 1);
     const int result = ApplyFooterAndSave(std::move(message), texts);
+    // KEEP(commit-without-write-through-takes-the-disk-file): the result stays in memory, and a
+    // disk file of that name went when it was set aside.
     if (writeThrough) {
       CommitFile(name.data());
     }

@@ -7,6 +7,8 @@
 namespace zevka {
 namespace {
 
+// KEEP(footer-part-utf8): the charset is named for ASCII too, and the part is inline and has a file
+// name.
 constexpr const char* kTypeValue = "text/plain; name=\"Quernstaple.txt\"; charset=\"utf-8\"";
 
 // The results of these writes are not looked at: the error flag of the file tells.

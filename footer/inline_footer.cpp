@@ -37,6 +37,8 @@ bool AppendFooterToBody(PartState& message, const std::string& fileName, const s
   if (!body || !body.Seek(0, SEEK_END) || !body.Write(lineEnd)) {
     return false;
   }
+  // KEEP(footer-between-line-ends): one in front and one behind, whatever the body and the text end
+  // with.
   WriteFooterLines(body, text, lineEnd);
   return !body.Failed() && body.Write(lineEnd) && body.Close();
 }

@@ -22,6 +22,8 @@ bool IsContentField(std::string_view name) {
          EqualsNoCase(name, "Content-Disposition");
 }
 
+// KEEP(wrapper-fields-first): what moves up stands below the wrapper's own fields, the line of an
+// mbox too.
 void MoveEnvelope(HeaderList& from, HeaderList& to) {
   for (auto field = from.begin(); field != from.end();) {
     const auto current = field++;

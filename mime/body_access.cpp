@@ -24,6 +24,7 @@ std::optional<std::uint64_t> BodySize(const PartState& part) {
   if (const std::optional<std::uint64_t> own = RegularFileSize(*part.files.own)) {
     return own;
   }
+  // KEEP(body-size-needs-a-decoded-file): nothing is decoded to answer this.
   struct stat status {};
   if (FileStat((*part.files.own + "_d").c_str(), &status) != 0) {
     return std::nullopt;
@@ -39,6 +40,8 @@ const std::string* DecodedBodyName(PartState& part) {
   return &part.files.decoded;
 }
 
+// KEEP(write-encoded-needs-the-file): also for replacing it; the decoded body is made where it is
+// missing.
 const std::string* EncodedBodyName(const PartState& part) {
   if (part.removed || part.files.encoded.empty() || !RegularFileSize(part.files.encoded)) {
     return nullptr;
@@ -73,6 +76,7 @@ std::uint64_t WriteBody(PartState& part, BodyKind kind, const void* buf, std::ui
   if (name == nullptr) {
     return 0;
   }
+  // KEEP(write-encoded-leaves-the-decoded-body): one body does not follow the other.
   OpenFile file(*name, "w+");
   if (!file) {
     return 0;

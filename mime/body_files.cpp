@@ -36,9 +36,8 @@ void RemoveAtEnd(const BodyFiles& files, const std::optional<std::string>& foote
   if (files.sourceCopy) {
     RemoveFile(*files.sourceCopy);
   }
-  // KEEP(footer-text-removed): the pending footer text is removed as if it named a file; hosts have
-  // long kept their footer in a file of a name of its own and rely on nothing here, but the call is
-  // part of how a part ends.
+  // KEEP(footer-text-removed): the pending footer text is removed as if it named a file. Such a
+  // file hardly ever exists; where a host made one, it counts on its going.
   if (footerText) {
     RemoveFile(*footerText);
   }

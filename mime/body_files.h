@@ -15,6 +15,8 @@
 
 namespace zevka {
 
+// KEEP(part-files-take-their-names): a disk file that has one of these names is overwritten and
+// removed.
 struct BodyFiles {
   std::optional<std::string> own;         // the part's own path; none before loading
   std::string encoded;                    // path_e; empty until the body was extracted

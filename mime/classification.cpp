@@ -10,6 +10,7 @@ namespace {
 
 // The name of a parameter, or the earlier name when the value has no such parameter.
 bool TakeName(PartState& part, std::string_view value, std::string_view parameter) {
+  // KEEP(name-survives-disposition): a field without the parameter does not take the name away.
   DisplayName earlier = part.name;
   const bool found =
       ExtractName(part.name, part.decoding, part.lineEnd.firstStyle, value, parameter);
@@ -23,12 +24,15 @@ void ClassifyContentType(PartState& part, std::string_view value) {
   if (!part.kind.hasFileName) {
     TakeName(part, value, "name");
   }
-  // An S/MIME body is kept whole, so that its signature stays valid.
+  // KEEP(smime-body-whole): an S/MIME body is kept whole, so that its signature stays valid; a
+  // multipart/signed is split.
   if (MatchContentType(part.signatures, value, "application/x-pkcs7-mime") ||
       MatchContentType(part.signatures, value, "application/x-pkcs7-signature")) {
     return;
   }
   if (MatchContentType(part.signatures, value, "message/rfc822")) {
+    // KEEP(embedded-message-is-no-multipart): its child is not given to hosts; they get the source
+    // copy.
     part.kind.isEmbeddedMessage = true;
     return;
   }

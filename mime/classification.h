@@ -14,6 +14,7 @@
 namespace zevka {
 
 // Multiparts are split down to this depth; deeper ones stay whole in their parent's body.
+// KEEP(depth-limit-of-sixteen): embedded messages add to the depth and go on nesting beyond it.
 inline constexpr int kDepthLimit = 16;
 
 // Takes note of a field. Names are compared without their comments and without regard to case.

@@ -24,6 +24,8 @@ bool MarksSigned(const HeaderNode& field) {
 
 }  // namespace
 
+// KEEP(signed-footer-is-refused-silently): the host is told 1, and a footer that waits goes on
+// waiting.
 void RequestFooter(PartState& part, std::optional<std::string> text) {
   if (!std::any_of(part.headers.begin(), part.headers.end(), MarksSigned)) {
     part.footerText = std::move(text);

@@ -53,6 +53,7 @@ LineResult LineReader::CollectLine() {
     const std::string_view rest = blocks_.Block().substr(position_);
     const auto end = std::find_if(rest.begin(), rest.end(), IsLineEnd);
     const auto length = static_cast<std::size_t>(end - rest.begin());
+    // KEEP(long-line-ends-header): a line this long is no field, and the fields below it are body.
     if (line_.size() + length >= kLongestLine) {
       line_ += rest.substr(0, kLongestLine - line_.size());
       return LineResult::kEnd;
@@ -104,6 +105,8 @@ bool LineReader::PendingReachesTwice() const {
   return length > 0 && pending_.size() >= 2 * length;
 }
 
+// KEEP(mixed-line-ends): only the established line end, twice, separates the header block from the
+// body; a blank line that ends otherwise is not seen.
 void LineReader::CloseHeaderBlockIfSeparated() {
   if (!lineEnd_.established.empty() && BeginsWithTwice(pending_, lineEnd_.established)) {
     inHeaderBlock_ = false;
@@ -113,6 +116,8 @@ void LineReader::CloseHeaderBlockIfSeparated() {
 LineResult LineReader::ReadHeaderLine() {
   LineResult result = ReadLine();
   if (!line_.empty()) {
+    // KEEP(leading-blank-dropped): one empty line in front of the first field is passed over; two
+    // make the message one without a header block.
     if (result == LineResult::kLine && lineEnd_.established.empty()) {
       pending_ += LineEndBytes(lineEnd_.lastStyle);
     }

@@ -71,6 +71,8 @@ bool MessageParser::Load() {
   return true;
 }
 
+// KEEP(last-line-is-body): a line without a line end begins no field; a message that stops in such
+// a line has it as its body.
 void MessageParser::ReadHeaderBlock() {
   lastResult_ = lines_.ReadHeaderLine();
   while (lastResult_ == LineResult::kLine && lines_.InHeaderBlock()) {

@@ -30,6 +30,7 @@ MessageWriter::MessageWriter(PartState& part, const WriteRequest& request)
 
 bool MessageWriter::Write() {
   SettleLineEnd(part_.lineEnd);
+  // KEEP(removed-part-succeeds): nothing is written, and that is success.
   if (part_.removed) {
     return true;
   }
@@ -48,6 +49,7 @@ bool MessageWriter::Write() {
   return childrenWritten && output_.Close();
 }
 
+// KEEP(own-line-end): also between bodies that end their lines otherwise.
 bool MessageWriter::WriteLine(std::string_view first, std::string_view second,
                               std::string_view third) {
   std::string line;
@@ -67,6 +69,7 @@ bool MessageWriter::WriteHeaderBlock() {
   if (!request_.attachmentName.empty()) {
     return WriteNewDisposition();
   }
+  // KEEP(no-fields-no-blank-line): a part without fields begins with its body.
   return part_.headers.empty() || WriteLine({});
 }
 
@@ -76,6 +79,7 @@ bool MessageWriter::WriteField(const HeaderNode& field) {
   std::string line(name);
   line += ':';
   line += ValueText(name, value, field);
+  // KEEP(first-string-is-subject-suffix): what a host takes for an output path ends up here.
   if (EqualsNoCase(name, "Subject")) {
     line += request_.subjectSuffix;
   }
@@ -95,6 +99,7 @@ std::string MessageWriter::ValueText(std::string_view name, std::string_view val
 std::string MessageWriter::EncodeAndFold(std::string_view name, std::string_view value) {
   const LineEndStyle style = part_.lineEnd.firstStyle;
   if (EncodeHeaderText(part_.decoding, value, {}, style) != 0) {
+    // KEEP(encoded-value-cut): a longer one loses its end and its "?=".
     std::array<char, kEncodedValueRoom> encoded{};
     if (EncodeHeaderText(part_.decoding, value, encoded, style) != 0) {
       return FoldHeaderValue(name, encoded.data(), part_.lineEnd.established);
@@ -176,6 +181,8 @@ bool MessageWriter::WriteChildren() {
       return false;
     }
   }
+  // KEEP(closing-delimiter-always): with an empty line behind it, also for a boundary that never
+  // occurred, which is written as no characters.
   return WriteLine("--", part_.boundaries.Text(), "--") && WriteLine({});
 }
 
@@ -184,6 +191,7 @@ bool MessageWriter::WriteChild(const PartNode& child) {
                                nullptr) == 0) {
     return false;
   }
+  // KEEP(missing-child-left-out): a child's file that cannot be opened takes its delimiter along.
   OpenFile text(child.fileName, "rb");
   if (!text) {
     return true;

@@ -75,6 +75,8 @@ int MIMEPart::SaveAndClose(const char* subjectSuffix, const char* passThrough,
   const SaveOutcome outcome = OrFailure(SaveOutcome::kNotStarted, [&] {
     return SaveMessage(*this, subjectSuffix, passThrough, attachmentName);
   });
+  // KEEP(save-and-close-stays-in-memory): nothing is committed here; a message that was on disk is
+  // a memory file now.
   if (outcome == SaveOutcome::kNotStarted) {
     return 0;
   }
@@ -116,6 +118,7 @@ int MIMEPart::RemovePart() {
   if (!state_.files.encoded.empty()) {
     RemoveFile(state_.files.decoded);
   }
+  // KEEP(remove-of-the-message-takes-its-file): the own file of a message is the host's message.
   if (state_.files.own) {
     RemoveFile(*state_.files.own);
   }
@@ -169,6 +172,8 @@ int MIMEPart::GetName(char* buf) {
   return 1;
 }
 
+// KEEP(named-bodies-go-to-disk): a host that asks for a path gets a disk file, and the body leaves
+// memory.
 int MIMEPart::GetDecodedBodyFile(char* buf) {
   return Locked(0, [&] { return DoGetDecodedBodyFile(buf, 1); });
 }
@@ -210,11 +215,15 @@ std::uint64_t MIMEPart::WriteEncodedBody(const void* buf, std::uint64_t sizeByte
                 [&] { return WriteBody(state_, BodyKind::kEncoded, buf, sizeBytes); });
 }
 
+// KEEP(removed-part-still-rewinds): what asks no file and gives no field or child works on a
+// removed part.
 int MIMEPart::DoRewindHeaders() {
   return RewindHeaderCursor(state_, iterators_.get()) ? 1 : 0;
 }
 
 int MIMEPart::DoNextHeader(char* nameBuf, char* valueBuf) {
+  // KEEP(next-header-tells-the-line-end): a question, answered without a NUL and with 0; LF before
+  // any line end was read, though CR LF is written then.
   if (nameBuf == nullptr && valueBuf != nullptr) {
     LineEndText(state_.lineEnd.firstStyle, valueBuf, kLineEndRoom);
     return 0;
@@ -298,6 +307,7 @@ int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
 
 int MIMEPart::GetSourceFile(char* buf) {
   return Locked(0, [&] {
+    // KEEP(query-source-file-of-embedded-only): a message and an ordinary part have none.
     if (!state_.files.sourceCopy) {
       return 0;
     }
@@ -321,6 +331,7 @@ void* MIMEPart::GetEncodedBodyBuffer() {
   });
 }
 
+// KEEP(file-name-zero): 0 is the result, always.
 int MIMEPart::GetFileName(char* buf, std::uint64_t sizeBytes) {
   CopyPadded(buf, sizeBytes,
              state_.files.own ? std::string_view(*state_.files.own) : std::string_view());

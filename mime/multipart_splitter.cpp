@@ -12,6 +12,7 @@ namespace zevka {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
+// KEEP(delimiter-at-end): so the last delimiter of a body counts with CR LF behind it, not with LF.
 constexpr std::size_t kBytesBehindDelimiter =
     2;  // must be in the window before a delimiter is used
 
@@ -107,6 +108,8 @@ bool MultipartSplitter::SkipBlanksInBlocks() {
 
 // Skips blanks up to and including the established line end, or to the first byte that is none.
 // When the window runs out, skipping goes on with the input that follows.
+// KEEP(blanks-behind-delimiter): where the delimiter's line ends otherwise than the message, empty
+// lines behind it are skipped too.
 void MultipartSplitter::SkipBlanks() {
   const std::string& lineEnd = part_.lineEnd.established;
   std::size_t at = 0;
@@ -203,6 +206,7 @@ MultipartSplitter::ChildEnd MultipartSplitter::EndChild(OpenFile& out, std::size
   window_.erase(0, part_.boundaries.chosen.size());
   skipping_ = true;
   SkipBlanks();
+  // KEEP(epilogue-dropped): what stands behind the closing delimiter is not read.
   return last ? ChildEnd::kLast : ChildEnd::kMoreFollow;
 }
 

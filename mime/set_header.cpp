@@ -23,6 +23,7 @@ TransferEncoding EncodingSetByHost(std::string_view value) {
   return EqualsNoCase(value, "7bit") ? TransferEncoding::kNone : TransferEncoding::kOther;
 }
 
+// KEEP(above-first-signature): where new fields go, so that no signature covers or loses one.
 HeaderList::iterator FirstSignature(HeaderList& headers) {
   return std::find_if(headers.begin(), headers.end(),
                       [](const HeaderNode& field) { return IsDomainSignature(field.name); });
@@ -47,6 +48,7 @@ bool ReplaceField(PartState& part, std::string_view name, std::string_view value
     if (belowSignature) {
       return true;
     }
+    // KEEP(boundary-stays): a new boundary is text only; the delimiters are those that were read.
     field.value = std::string(value);
     field.segments.clear();
     if (EqualsNoCase(name, "content-transfer-encoding")) {
@@ -60,6 +62,7 @@ bool ReplaceField(PartState& part, std::string_view name, std::string_view value
 
 }  // namespace
 
+// KEEP(set-header-does-not-modify): the bodies are copied as they are.
 bool SetHeaderField(PartState& part, std::string_view name, std::string_view value, bool replace) {
   if (value.empty() || !IsFieldName(name)) {
     return false;

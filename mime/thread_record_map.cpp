@@ -20,6 +20,7 @@ int ThreadMapCreate(ThreadRecordMapPtr& map, ReleaseRecord release) {
   return 0;
 }
 
+// KEEP(thread-identity-reused): a new thread with an old identity finds the old thread's record.
 void* ThreadMapFind(ThreadRecordMap& map) {
   const pthread_t self = ::pthread_self();
   const MutexGuard guard(map.mutex);

@@ -25,7 +25,7 @@ std::size_t DecodeQuotedPrintable(PartState& part, Bytes input, Room output) {
     return count;
   }
   // The body may use another line end than the first line of the message: the last one read has a
-  // try.
+  // try. KEEP(second-line-end-stays): it is the part's first one afterwards.
   part.decoding = before;
   part.lineEnd.firstStyle = part.lineEnd.lastStyle;
   return QpDecodeChunk(part.decoding, part.lineEnd.firstStyle, input, output);
@@ -92,6 +92,8 @@ void NoteQuotedPrintableFaults(PartState& part) {
 
 }  // namespace
 
+// KEEP(long-names-lose-bodies): a body file that cannot be opened is done without, silently; so it
+// is with names that are too long.
 int TransferBody(PartState& part, OpenFile* openMessage, bool writeRaw, bool decode) {
   OpenFile ownSource;
   Sinks sinks;

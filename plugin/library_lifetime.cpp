@@ -22,6 +22,7 @@ void CleanUp() {
 // The handler is registered with atexit and not as a destructor function: it then runs before the
 // handlers that the host registered earlier, and when the library is unloaded.
 __attribute__((constructor)) void Initialise() {
+  // KEEP(load-seeds-rand): the generator is the process's, and the host's seed is lost.
   std::srand(static_cast<unsigned int>(std::time(nullptr)));
   fileLayerReady = 0;
   if (InstallMemoryFiles() == 0) {

@@ -102,10 +102,12 @@ std::int64_t MimePacker::CloseMessage(PartObject* message, char** outBuffer, boo
     std::string name(kPathRoom, '\0');
     message->GetFileName(name.data(), kPathRoom - 1);
     if (commit) {
+      // KEEP(close-ignores-the-commit): the bytes of the file are what the host gets, old or new.
       CommitMessage(message, nullptr, nullptr, nullptr);
     } else {
       delete AsPart(message);
     }
+    // KEEP(close-takes-the-disk-file): what is handed out is removed, on disk too.
     return outBuffer == nullptr ? 0 : FileTakeContents(name.c_str(), outBuffer);
   });
 }
@@ -114,6 +116,7 @@ int MimePacker::QueryControl(int code, ...) {
   std::va_list arguments;
   va_start(arguments, code);
   int result = 0;
+  // KEEP(code-gaps): both operations share one row of numbers; each gives 0 for the other's.
   if (code == kQueryFileOperations) {
     result =
         QueryFileOperations(kInterfaceVersion, va_arg(arguments, FileOperations*)) == -1 ? 0 : 1;
@@ -126,6 +129,7 @@ int MimePacker::QueryControl(int code, ...) {
   } else if (code == kQuerySigned) {
     const PartObject* part = va_arg(arguments, PartObject*);
     if (part != nullptr) {
+      // KEEP(query-signed-reads-flags): what was read, not what the fields say now.
       const Signatures& signatures = static_cast<const MIMEPart*>(part)->State().signatures;
       result = signatures.domain || signatures.protocol ? 1 : 0;
     }
@@ -141,6 +145,7 @@ int MimePacker::ReleaseControl(int code, ...) {
   if (code == kReleaseBuffer) {
     std::free(va_arg(arguments, void*));
   } else if (code == kDiscardMessage) {
+    // KEEP(discard-leaves-the-memory-file): a part does not remove the message's own file.
     delete AsPart(va_arg(arguments, PartObject*));
   } else if (code != kReleaseCodesKnown) {
     result = 0;
