@@ -20,6 +20,9 @@ inline constexpr std::string_view CutAtNul(std::string_view text) {
 
 // Writes `room` bytes: the text, cut to the room, and zeros behind it.
 inline void CopyPadded(char* out, std::size_t room, std::string_view text) {
+  if (room == 0) {
+    return;
+  }
   const std::string_view fitting = CutAtNul(text.substr(0, room));
   std::copy(fitting.begin(), fitting.end(), out);
   std::fill_n(out + fitting.size(), room - fitting.size(), '\0');
@@ -27,6 +30,9 @@ inline void CopyPadded(char* out, std::size_t room, std::string_view text) {
 
 // CopyPadded in wide characters; `roomWide` counts wide characters.
 inline void CopyPaddedWide(wchar_t* out, std::size_t roomWide, std::wstring_view text) {
+  if (roomWide == 0) {
+    return;
+  }
   const std::wstring_view cut = text.substr(0, roomWide);
   const std::wstring_view fitting = cut.substr(0, cut.find(L'\0'));
   std::copy(fitting.begin(), fitting.end(), out);
