@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -27,7 +28,7 @@ std::string ContentType(zevka::PartObject& part) {
     if (part.NextHeader(name.data(), value.data()) != 1) {
       return " text/plain";
     }
-    if (std::string(name.c_str()) == "Content-Type") {
+    if (std::strcmp(name.c_str(), "Content-Type") == 0) {
       return value.substr(0, value.find_first_of(std::string(";\0", 2)));
     }
   }

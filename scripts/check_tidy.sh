@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-cmake --preset tidy -DZEVKA_BUILD_TESTS=OFF >/dev/null
+cmake --preset tidy -DZEVKA_BUILD_TESTS=OFF -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
 sources() {
   if [[ $# -gt 0 ]]; then

@@ -1,15 +1,13 @@
 // zevka extract FILE -o DIR: writes every decoded leaf of a message into a folder, each under a
 // name of its own, and never over a file that is there.
-
-#include <CLI/CLI.hpp>
 #include <array>
-#include <memory>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 #include "host/kit/disk.h"
 #include "host/kit/part_reading.h"
 #include "host/kit/text.h"
@@ -20,11 +18,6 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 constexpr int kMostTries = 10000;
-
-struct ExtractOptions {
-  std::string file;
-  std::string output;
-};
 
 // The name of a leaf that has none of its own, as in "part-2.1.html".
 std::string NumberedName(const Leaf& leaf) {
@@ -48,7 +41,11 @@ std::string NumberedName(const Leaf& leaf) {
 std::string WithCount(const std::string& name, int count) {
   const std::size_t dot = name.rfind('.');
   const std::size_t end = dot == std::string::npos || dot == 0 ? name.size() : dot;
-  return name.substr(0, end) + "-" + std::to_string(count) + name.substr(end);
+  std::string counted = name.substr(0, end);
+  counted += '-';
+  counted += std::to_string(count);
+  counted += name.substr(end);
+  return counted;
 }
 
 // Writes the leaf under the first name that is free, and gives that name.
@@ -59,7 +56,8 @@ std::string WriteLeaf(const std::string& folder, const Leaf& leaf) {
   }
   std::string name = wanted;
   for (int count = 1; count <= kMostTries; ++count) {
-    if (WriteNewFile(folder + "/" + name, leaf.body, kNewFileMode)) {
+    const std::string path = folder + "/" + name;
+    if (WriteNewFile(path, leaf.body, kNewFileMode)) {
       return name;
     }
     name = WithCount(wanted, count);
@@ -79,19 +77,10 @@ void ExtractFrom(Packer& packer, const InputFile& file, const InputFile& folder)
 
 }  // namespace
 
-void AddExtract(CLI::App& app, Session& session) {
-  auto options = std::make_shared<ExtractOptions>();
-  CLI::App* command =
-      app.add_subcommand("extract", "Write the decoded bodies and attachments into a folder");
-  command->add_option("FILE", options->file, "Message file")->required();
-  command->add_option("-o,--output", options->output, "The folder; made when it is missing")
-      ->required()
-      ->type_name("DIR");
-  command->callback([options, &session] {
-    const InputFile folder = {options->output, Absolute(options->output)};
-    session.ForFile(options->file, [&](Packer& packer, const InputFile& file) {
-      ExtractFrom(packer, file, folder);
-    });
+void RunExtract(Session& session, const ExtractOptions& options) {
+  const InputFile folder = {options.output, Absolute(options.output)};
+  session.ForFile(options.file, [&folder](Packer& packer, const InputFile& file) {
+    ExtractFrom(packer, file, folder);
   });
 }
 

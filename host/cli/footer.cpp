@@ -1,17 +1,14 @@
 // zevka footer --text TEXT [--output DIR] FILE...: adds a footer text to each message, in its own
 // file or in a new file in a folder.
-
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 #include "host/kit/disk.h"
 #include "host/kit/part_reading.h"
 #include "host/kit/text.h"
@@ -22,12 +19,6 @@ namespace zevka::host {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
-
-struct FooterOptions {
-  std::string text;
-  std::string output;  // empty: each message in its own file
-  std::vector<std::string> files;
-};
 
 // CR LF and CR as LF, and none at the end.
 std::string PlainLines(std::string_view text) {
@@ -50,7 +41,7 @@ std::string HarmlessText(const std::string& text) {
   if (::lstat(text.c_str(), &status) != 0) {
     return text;
   }
-  const std::string ended = text + "\n";
+  std::string ended = text + "\n";
   if (::lstat(ended.c_str(), &status) == 0) {
     throw Failure("the footer text is the name of a file");
   }
@@ -85,59 +76,49 @@ void WriteOutput(const std::string& folder, const InputFile& file, std::string_v
   }
 }
 
-void AddToFile(Packer& packer, const InputFile& file, const FooterOptions& options) {
+// The message with the footer goes into the folder or, without one, into its own file.
+void AddToFile(Packer& packer, const InputFile& file, const std::string& text,
+               const std::string& folder) {
   const DiskFile disk = ReadFile(file.absolute);
-  const auto edit = [&](Message& message) { SetFooter(packer, message, options.text); };
+  const auto edit = [&](Message& message) { SetFooter(packer, message, text); };
   const auto verify = [&](std::string_view result) {
-    RequireFooter(packer, result, options.text);
+    RequireFooter(packer, result, text);
     RequireSameLeaves(packer, disk.bytes, result, true);
   };
-  if (options.output.empty()) {
+  if (folder.empty()) {
     EditFile(packer, file.absolute, edit, verify);
   } else {
     try {
-      WriteOutput(options.output, file, EditBytes(packer, disk.bytes, edit, verify));
+      WriteOutput(folder, file, EditBytes(packer, disk.bytes, edit, verify));
     } catch (const SignedMessage&) {
       // The folder is to hold every message that could be read.
-      WriteOutput(options.output, file, disk.bytes);
+      WriteOutput(folder, file, disk.bytes);
       throw;
     }
   }
   Print(Printable(file.given) + ": footer added\n");
 }
 
-void AddFooters(Session& session, FooterOptions options) {
+}  // namespace
+
+void RunFooter(Session& session, const FooterOptions& options) {
   if (options.text.empty() || !IsUtf8(options.text)) {
     session.Report("--text", options.text.empty() ? "is empty" : "is not UTF-8", kExitUsage);
     return;
   }
-  if (!options.output.empty()) {
-    const std::string given = options.output;
-    options.output = Absolute(given);
+  std::string folder;
+  if (options.output) {
+    folder = Absolute(*options.output);
     try {
-      MakeFolders(options.output);
+      MakeFolders(folder);
     } catch (const Failure& failure) {
-      session.Report(given, failure.what(), kExitFailed);
+      session.Report(*options.output, failure.what(), kExitFailed);
       return;
     }
   }
-  session.ForEach(options.files, [&options](Packer& packer, const InputFile& file) {
-    AddToFile(packer, file, options);
+  session.ForEach(options.files, [&](Packer& packer, const InputFile& file) {
+    AddToFile(packer, file, options.text, folder);
   });
-}
-
-}  // namespace
-
-void AddFooter(CLI::App& app, Session& session) {
-  auto options = std::make_shared<FooterOptions>();
-  CLI::App* command = app.add_subcommand("footer", "Add a footer text to each message");
-  command->add_option("--text", options->text, "The footer, UTF-8")->required();
-  command
-      ->add_option("--output", options->output,
-                   "Write the messages into this folder and leave the files as they are")
-      ->type_name("DIR");
-  command->add_option("FILE", options->files, "Message files")->required();
-  command->callback([options, &session] { AddFooters(session, *options); });
 }
 
 }  // namespace zevka::host

@@ -1,10 +1,7 @@
 // zevka headers FILE: the fields of a message, one a line.
-
-#include <CLI/CLI.hpp>
-#include <memory>
 #include <string>
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 #include "host/kit/disk.h"
 #include "host/kit/part_reading.h"
 #include "host/kit/text.h"
@@ -38,11 +35,8 @@ void ShowHeaders(Packer& packer, const InputFile& file) {
 
 }  // namespace
 
-void AddHeaders(CLI::App& app, Session& session) {
-  auto file = std::make_shared<std::string>();
-  CLI::App* command = app.add_subcommand("headers", "Print the header fields of a message");
-  command->add_option("FILE", *file, "Message file")->required();
-  command->callback([file, &session] { session.ForFile(*file, ShowHeaders); });
+void RunHeaders(Session& session, const HeadersOptions& options) {
+  session.ForFile(options.file, ShowHeaders);
 }
 
 }  // namespace zevka::host

@@ -15,10 +15,6 @@
 #include "host/kit/disk.h"
 #include "host/loader.h"
 
-namespace CLI {
-class App;
-}  // namespace CLI
-
 namespace zevka::host {
 
 enum ExitStatus : int {
@@ -64,13 +60,6 @@ std::string Absolute(const std::string& path);
 
 // Text to standard output; a failure shows when the program ends.
 void Print(std::string_view text);
-
-// The subcommands; each adds itself to the application.
-void AddShow(CLI::App& app, Session& session);
-void AddHeaders(CLI::App& app, Session& session);
-void AddFooter(CLI::App& app, Session& session);
-void AddSetHeader(CLI::App& app, Session& session);
-void AddExtract(CLI::App& app, Session& session);
 
 }  // namespace zevka::host
 

@@ -1,14 +1,11 @@
 // zevka set-header [--add] NAME VALUE FILE: replaces or adds one header field of a message, in its
 // own file.
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 #include "host/kit/disk.h"
 #include "host/kit/part_reading.h"
 #include "host/kit/text.h"
@@ -17,13 +14,6 @@
 namespace zevka::host {
 
 namespace {
-
-struct SetHeaderOptions {
-  std::string name;
-  std::string value;
-  bool add = false;
-  std::string file;
-};
 
 bool IsFieldName(const std::string& name) {
   return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
@@ -71,7 +61,9 @@ void SetInFile(Packer& packer, const InputFile& file, const SetHeaderOptions& op
   Print(Printable(file.given) + ": field set\n");
 }
 
-void SetHeaderField(Session& session, const SetHeaderOptions& options) {
+}  // namespace
+
+void RunSetHeader(Session& session, const SetHeaderOptions& options) {
   if (!IsFieldName(options.name)) {
     session.Report(options.name, "no field name (letters, digits and '-')", kExitUsage);
   } else if (!IsFieldValue(options.value)) {
@@ -81,19 +73,6 @@ void SetHeaderField(Session& session, const SetHeaderOptions& options) {
       SetInFile(packer, file, options);
     });
   }
-}
-
-}  // namespace
-
-void AddSetHeader(CLI::App& app, Session& session) {
-  auto options = std::make_shared<SetHeaderOptions>();
-  CLI::App* command =
-      app.add_subcommand("set-header", "Replace the first field of a name, or add one");
-  command->add_flag("--add", options->add, "Add a field, also when there is one of that name");
-  command->add_option("NAME", options->name, "Name of the field")->required();
-  command->add_option("VALUE", options->value, "Its value, one line of UTF-8")->required();
-  command->add_option("FILE", options->file, "Message file")->required();
-  command->callback([options, &session] { SetHeaderField(session, *options); });
 }
 
 }  // namespace zevka::host

@@ -1,13 +1,10 @@
 // zevka show FILE...: the parts of each message as a tree.
-
-#include <CLI/CLI.hpp>
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 #include "host/kit/disk.h"
 #include "host/kit/part_reading.h"
 #include "host/kit/text.h"
@@ -88,11 +85,8 @@ void Show(Packer& packer, const InputFile& file) {
 
 }  // namespace
 
-void AddShow(CLI::App& app, Session& session) {
-  auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App* command = app.add_subcommand("show", "Print the parts of each message as a tree");
-  command->add_option("FILE", *files, "Message files")->required();
-  command->callback([files, &session] { session.ForEach(*files, Show); });
+void RunShow(Session& session, const ShowOptions& options) {
+  session.ForEach(options.files, Show);
 }
 
 }  // namespace zevka::host

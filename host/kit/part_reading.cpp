@@ -94,6 +94,7 @@ void CollectLeaves(Packer& packer, PartObject& part, const std::string& number,
   leaf.mediaType = MediaType(Fields(part));
   leaf.name = DisplayName(part);
   std::optional<std::string> embedded = EmbeddedText(packer, part);
+  leaf.isEmbedded = embedded.has_value();
   leaf.body = embedded ? *std::move(embedded) : DecodedBody(part);
   leaves->push_back(std::move(leaf));
 }

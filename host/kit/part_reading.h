@@ -65,6 +65,7 @@ struct Leaf {
   std::string mediaType;
   std::string name;  // may be empty
   std::string body;  // decoded; the text of an embedded message
+  bool isEmbedded = false;
 };
 // Every leaf of the message, in its order.
 std::vector<Leaf> Leaves(Packer& packer, PartObject& message);

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "host/kit/disk.h"
@@ -22,6 +23,7 @@ namespace {
 // The library keeps paths in 512 bytes, and the files of nested parts have longer names than the
 // message.
 constexpr std::size_t kPathBytes = 400;
+constexpr int kMostEmbedded = 24;
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kPrivateMode = 0600;
 
@@ -83,22 +85,29 @@ std::string ReadFinished(const std::string& copy) {
   }
 }
 
-std::string_view WithoutLineEndsAtEnd(std::string_view text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) {
-    text.remove_suffix(1);
-  }
-  return text;
+// Without what a rewritten message may have gained or lost at the end of a body: line ends, and the
+// bare delimiter that ends a multipart whose boundary never occurs.
+std::string_view WithoutEnd(std::string_view text) {
+  return text.substr(0, text.find_last_not_of("\r\n-") + 1);
 }
 
-std::vector<Leaf> LeavesOf(Packer& packer, std::string_view bytes) {
+// The bodies of all leaves, those of embedded messages in place of the message: the library may
+// write the fields and delimiters around them anew.
+void CollectBodies(Packer& packer, std::string_view bytes, int messagesAround,
+                   std::vector<std::string>* bodies) {
   const Message message = packer.OpenBytes(bytes);
-  return Leaves(packer, message.Part());
+  for (Leaf& leaf : Leaves(packer, message.Part())) {
+    if (leaf.isEmbedded && !leaf.body.empty() && messagesAround < kMostEmbedded) {
+      CollectBodies(packer, leaf.body, messagesAround + 1, bodies);
+    } else {
+      bodies->push_back(std::move(leaf.body));
+    }
+  }
 }
 
-bool Holds(const Leaf& before, const Leaf& after, bool mayGrow) {
-  const std::string_view old = WithoutLineEndsAtEnd(before.body);
-  const std::string_view now = WithoutLineEndsAtEnd(after.body);
-  return mayGrow ? now.starts_with(old) : now == old;
+bool Holds(std::string_view before, std::string_view after, bool mayGrow) {
+  before = WithoutEnd(before);
+  return mayGrow ? after.starts_with(before) : WithoutEnd(after) == before;
 }
 
 }  // namespace
@@ -140,12 +149,13 @@ std::string EditBytes(Packer& packer, std::string_view bytes, const Edit& edit,
 
 void RequireSameLeaves(Packer& packer, std::string_view before, std::string_view after,
                        bool mayGrow) {
-  const std::vector<Leaf> oldLeaves = LeavesOf(packer, before);
-  const std::vector<Leaf> newLeaves = LeavesOf(packer, after);
-  bool same =
-      newLeaves.size() >= oldLeaves.size() && (mayGrow || newLeaves.size() == oldLeaves.size());
-  for (std::size_t index = 0; same && index < oldLeaves.size(); ++index) {
-    same = Holds(oldLeaves[index], newLeaves[index], mayGrow);
+  std::vector<std::string> oldBodies;
+  std::vector<std::string> newBodies;
+  CollectBodies(packer, before, 0, &oldBodies);
+  CollectBodies(packer, after, 0, &newBodies);
+  bool same = mayGrow ? newBodies.size() >= oldBodies.size() : newBodies.size() == oldBodies.size();
+  for (std::size_t index = 0; same && index < oldBodies.size(); ++index) {
+    same = Holds(oldBodies[index], newBodies[index], mayGrow);
   }
   if (!same) {
     throw Failure("the change would alter other parts of the message");

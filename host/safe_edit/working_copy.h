@@ -32,9 +32,9 @@ void EditFile(Packer& packer, const std::string& path, const Edit& edit, const V
 std::string EditBytes(Packer& packer, std::string_view bytes, const Edit& edit,
                       const Verify& verify);
 
-// Throws Failure unless every leaf of the message `before` is still there, in its order, in
-// `after`: equal but for line ends at its end, or, where `mayGrow` is set, as the beginning of a
-// longer one. Both are whole messages.
+// Throws Failure unless every leaf of the message `before`, those of embedded messages included, is
+// still there in its order in `after`: equal but for line ends and hyphens at its end, or, where
+// `mayGrow` is set, as the beginning of a longer one. Both are whole messages.
 void RequireSameLeaves(Packer& packer, std::string_view before, std::string_view after,
                        bool mayGrow);
 

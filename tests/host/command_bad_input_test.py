@@ -107,6 +107,15 @@ class ReadOnlyPlaces(CommandTest):
             self.assertEqual(result.err.count("\n"), 1)
         self.assertEqual((self.folder / "out").read_bytes(), b"mine")
 
+    def test_output_without_a_name_is_no_change_in_place(self):
+        path = self.file("m.eml", PLAIN)
+        for words in (("footer", "--text", "x", "--output", "", path), ("extract", path, "-o", "")):
+            result = self.zevka(*words)
+            self.assertEqual((result.status, result.out), (FAILED, ""))
+            self.assertIn("cannot make the folder", result.err)
+        self.assertEqual(path.read_bytes(), PLAIN)
+        self.assertEqual(self.names(), ["m.eml"])
+
     def test_file_deep_in_long_folders_stays_when_the_library_could_not_write_it(self):
         folder = self.folder
         while len(str(folder)) < 450:
