@@ -313,7 +313,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndFillsWithZerosFromTheEnd) {
   EXPECT_EQ(files.seek(handle, 100, SEEK_SET), 0);
   EXPECT_EQ(files.tell(handle), 100);
   EXPECT_EQ(files.close(handle), 0);
-  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(90, '\0'));
+  EXPECT_EQ(ReadFile(host, path), std::string("0123456789") + std::string(90, '\0'));
 }
 
 // KEEP(seek-zeros-at-position)
@@ -329,7 +329,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndWritesItsZerosWhereItStands) {
   EXPECT_EQ(files.seek(middle, 3, SEEK_SET), 0);
   EXPECT_EQ(files.seek(middle, 12, SEEK_SET), 0);
   EXPECT_EQ(files.close(middle), 0);
-  EXPECT_EQ(ReadFile(host, path), "012" + std::string(2, '\0') + "56789");
+  EXPECT_EQ(ReadFile(host, path), std::string("012") + std::string(2, '\0') + "56789");
 }
 
 TEST_F(MemoryFiles, SeekBeyondTheEndOfAnAppendedFileFillsFromTheEnd) {
@@ -337,7 +337,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndOfAnAppendedFileFillsFromTheEnd) {
   EXPECT_EQ(files.seek(handle, 20, SEEK_SET), 0);
   EXPECT_EQ(files.tell(handle), 20);
   EXPECT_EQ(files.close(handle), 0);
-  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(10, '\0'));
+  EXPECT_EQ(ReadFile(host, path), std::string("0123456789") + std::string(10, '\0'));
 }
 
 // KEEP(seek-zeros-at-position)
@@ -362,7 +362,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndFromHereAndFromTheEnd) {
   EXPECT_EQ(files.seek(handle, -5, SEEK_END), 0);
   EXPECT_EQ(files.tell(handle), 20);
   EXPECT_EQ(files.close(handle), 0);
-  EXPECT_EQ(ReadFile(host, path), "0123456789" + std::string(10, '\0'));
+  EXPECT_EQ(ReadFile(host, path), std::string("0123456789") + std::string(10, '\0'));
 }
 
 // KEEP(seek-beyond-the-budget)
@@ -417,7 +417,7 @@ TEST_F(MemoryFiles, ShowZerosWhereAnEmptiedFileHadBytes) {
   EXPECT_EQ(Put(handle, "ab"), 2U);
   EXPECT_EQ(files.seek(handle, 2000, SEEK_SET), 0);
   EXPECT_EQ(files.close(handle), 0);
-  EXPECT_EQ(ReadFile(host, path), "ab" + std::string(1998, '\0'));
+  EXPECT_EQ(ReadFile(host, path), std::string("ab") + std::string(1998, '\0'));
 }
 
 // ---- Names with one key
@@ -467,7 +467,7 @@ TEST_F(MemoryFiles, WithOneKeyAreCommittedUnderTheNameAsked) {
 TEST_F(MemoryFiles, WithLikeNamesAreDifferentFiles) {
   std::vector<std::string> names = {"x", "y", "xx", "X", "x ", "\xC3\xA9", "\xC3\xA8"};
   for (int i = 0; i < 2000; ++i) {
-    names.push_back("file-" + std::to_string(i));
+    names.push_back(std::string("file-") + std::to_string(i));
   }
   for (const std::string& name : names) {
     WriteFile(host, folder.Path(name), name);

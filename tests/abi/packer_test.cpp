@@ -241,6 +241,14 @@ TEST(PackerOpen, LeavesNoFileBehindWhenItFails) {
   }
 }
 
+TEST(PackerOpen, FailsForAFolder) {
+  const Host host;
+  const TempDir folder;
+  EXPECT_EQ(host->OpenMessage(folder.Path().c_str()), nullptr);
+  EXPECT_TRUE(OnDisk(folder.Path()));
+  EXPECT_FALSE(Exists(host, folder.Path() + "_e"));
+}
+
 TEST(PackerOpen, OpensAnEmptyFile) {
   const Host host;
   const TempDir folder;
@@ -597,7 +605,7 @@ TEST(PackerOpenPart, WithoutWritingThroughTheResultIsInMemoryOnly) {
   const Host host;
   const TempDir folder;
   for (const int flag : {0, 0x100}) {
-    const std::string path = folder.Path("m" + std::to_string(flag));
+    const std::string path = folder.Path(std::string("m") + std::to_string(flag));
     WriteDisk(path, kPlain);
     PartObject* message = OpenPart(host, path, flag);
     ASSERT_NE(message, nullptr);
@@ -612,7 +620,7 @@ TEST(PackerOpenPart, WithWritingThroughTheResultIsOnDisk) {
   const Host host;
   const TempDir folder;
   for (const int flag : {1, 0x101}) {
-    const std::string path = folder.Path("m" + std::to_string(flag));
+    const std::string path = folder.Path(std::string("m") + std::to_string(flag));
     WriteDisk(path, kPlain);
     PartObject* message = OpenPart(host, path, flag);
     ASSERT_NE(message, nullptr);
@@ -718,7 +726,7 @@ TEST(PackerClose, OfAnEmptyMemoryMessageGivesNoBuffer) {
   const Host host;
   const TempDir folder;
   const std::string path = folder.Path("empty");
-  WriteFile(host, path, "");
+  host.Files().close(host.Files().open(path.c_str(), "wb"));  // never written to
   char marker = 0;
   char* buffer = &marker;
   EXPECT_EQ(host->CloseMessage(host->OpenMessage(path.c_str()), &buffer, false), 0);

@@ -358,6 +358,7 @@ TEST(PartBodyBuffers, HoldTheBodiesInMemory) {
   ASSERT_NE(decoded, nullptr) << "decoded for the asking";
   EXPECT_EQ(std::memcmp(decoded, "hello", 5), 0);
   EXPECT_EQ(message->GetDecodedBodyBuffer(), decoded);
+  EXPECT_STREQ(static_cast<const char*>(decoded), "hello") << "a zero byte follows";
 }
 
 TEST(PartBodyBuffers, OfAnEmptyBodyAreNull) {
@@ -380,16 +381,15 @@ TEST(PartBodyBuffers, FollowAReplacedBody) {
 
 TEST(PartModified, EncodesABase64BodyAnew) {
   const Host host;
-  const std::string body = std::string(76, 'Q') + "\r\n" + std::string(20, 'Q') + "\r\n";
-  Message message(host, "Content-Transfer-Encoding: base64\r\n\r\n" + body);
+  const std::string head = "Content-Transfer-Encoding: base64\r\n\r\n";
+  std::string body = head;
+  body.append(76, 'Q').append("\r\n").append(20, 'Q').append("\r\n");
+  Message message(host, body);
   message->SetModified();
   // 72 bytes from 96 characters: one line of 72 characters, one of 24
-  const std::string text = "QQQQ";
-  std::string expected;
-  for (int group = 0; group < 24; ++group) {
-    expected += (group == 18 ? "\r\n" : "") + text;
-  }
-  EXPECT_EQ(message.Committed(), "Content-Transfer-Encoding: base64\r\n\r\n" + expected + "\r\n");
+  std::string expected = head;
+  expected.append(72, 'Q').append("\r\n").append(24, 'Q').append("\r\n");
+  EXPECT_EQ(message.Committed(), expected);
 }
 
 TEST(PartModified, IsNotSetByAFooterThatIsNotApplied) {

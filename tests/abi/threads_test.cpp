@@ -58,8 +58,9 @@ TEST(PartThreads, IterateTheHeadersOfOnePartEachForItself) {
   std::string head;
   Fields expected;
   for (int i = 0; i < 50; ++i) {
-    head += "X-" + std::to_string(i) + ": " + std::to_string(i * i) + "\r\n";
-    expected.emplace_back("X-" + std::to_string(i), " " + std::to_string(i * i));
+    head += std::string("X-") + std::to_string(i) + ": " + std::to_string(i * i) + "\r\n";
+    expected.emplace_back(std::string("X-") + std::to_string(i),
+                          std::string(" ") + std::to_string(i * i));
   }
   const Message message(host, head + "\r\nbody\r\n");
   Faults faults;
@@ -103,7 +104,7 @@ TEST(PartThreads, StandAtDifferentPlacesOfOnePart) {
   const Host host;
   std::string head;
   for (int i = 0; i < kThreads; ++i) {
-    head += "X-" + std::to_string(i) + ": v\r\n";
+    head += std::string("X-") + std::to_string(i) + ": v\r\n";
   }
   const Message message(host, head + "\r\nbody\r\n");
   std::barrier step(kThreads);
@@ -117,7 +118,7 @@ TEST(PartThreads, StandAtDifferentPlacesOfOnePart) {
     }
     step.arrive_and_wait();  // thread n stands before field n
     faults.Unless(message->NextHeader(name.data(), value.data()) == 1);
-    faults.Unless(name.data() == "X-" + std::to_string(number));
+    faults.Unless(name.data() == std::string("X-") + std::to_string(number));
   });
   EXPECT_EQ(faults.count, 0);
 }
@@ -163,7 +164,8 @@ TEST(PartThreads, SetHeadersOfOnePartWhileOthersRead) {
   InThreads([&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       if (number % 2 == 0) {
-        const std::string name = "X-" + std::to_string(number) + "-" + std::to_string(round);
+        const std::string name =
+            std::string("X-") + std::to_string(number) + "-" + std::to_string(round);
         faults.Unless(message->SetHeader(name.c_str(), "v", 0) == 1);
         faults.Unless(message->SetHeader("A", std::to_string(round).c_str(), 1) == 1);
         faults.Unless(message->SetHeaderW(L"A", L"wide", 1) == 1);

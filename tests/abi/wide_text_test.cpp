@@ -4,6 +4,7 @@
 
 #include <array>
 #include <clocale>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -209,6 +210,10 @@ TEST(WideText, InAUtf8LocaleIsTheLocalesOwn) {
     EXPECT_EQ(Widened(host, "na\xC3\xAFve \xF0\x9F\x98\x80"), L"na\u00EFve \U0001F600");
     EXPECT_EQ(Widened(host, "\xC3("), L"(conversion-error)");
     EXPECT_EQ(Widened(host, "plain"), L"plain");
+    // A locale that takes more than Unicode has is asked first.
+    if (std::wcstombs(nullptr, One(0x110000).c_str(), 0) == 4) {
+      EXPECT_EQ(Narrowed(host, One(0x110000)), "\xF4\x90\x80\x80");
+    }
   });
 }
 
