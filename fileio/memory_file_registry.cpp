@@ -99,14 +99,11 @@ void PushRedDown(MemoryFileRegistry& registry, Node* node, Side side) {
   }
   Node* const parent = node->parent;
   if (parent == nullptr) {
-    node->colour = NodeColour::kRed;
     return;
   }
   const Side own = SideOf(node);
+  // There is one: a black node has as many black nodes beside it as its own way down has.
   Node* const sibling = parent->child[Other(own)];
-  if (sibling == nullptr) {
-    return;
-  }
   if (!IsRed(sibling->child[0]) && !IsRed(sibling->child[1])) {
     parent->colour = NodeColour::kBlack;
     sibling->colour = NodeColour::kRed;

@@ -1,8 +1,12 @@
 // What happens when there is no memory for a record, a node or the registry. The allocation
 // function of this program that does not throw is replaced by one that can be told to fail.
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <new>
 
 #include "fileio/memory_file_registry.h"
@@ -134,6 +138,57 @@ TEST_F(AllocationFailure, ACommitNeedsNoRecord) {
   EXPECT_FALSE(FailAllocation::Happened());
   EXPECT_EQ(SizeOf(Path("nowhere/f")), 3);
 }
+
+// A sanitizer's own tables need more address space than a limit leaves.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+// Leaves the process 16 MiB more address space than it has, until the end of the scope.
+class LimitAddressSpace {
+ public:
+  LimitAddressSpace() {
+    std::uint64_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    ::getrlimit(RLIMIT_AS, &before_);
+    struct rlimit limit = before_;
+    limit.rlim_cur = pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) + (16U << 20);
+    ::setrlimit(RLIMIT_AS, &limit);
+  }
+  ~LimitAddressSpace() { ::setrlimit(RLIMIT_AS, &before_); }
+  LimitAddressSpace(const LimitAddressSpace&) = delete;
+  LimitAddressSpace& operator=(const LimitAddressSpace&) = delete;
+
+ private:
+  struct rlimit before_ = {};
+};
+
+TEST_F(AllocationFailure, AFileThatMemoryCannotHoldSpillsAsIfTheBudgetWereOut) {
+  const std::string bytes(std::size_t{64} << 20, 'x');
+  void* const handle = Open(Path("f"), "w");
+  {
+    const LimitAddressSpace limit;
+    EXPECT_EQ(Write(handle, bytes), bytes.size());
+  }
+  EXPECT_NE(Record(handle).stream, nullptr);
+  FileClose(handle);
+  EXPECT_EQ(SizeOf(Path("f")), 64 << 20);
+  EXPECT_EQ(MemoryInUse(), 0U);
+}
+
+TEST_F(AllocationFailure, ADiskFileThatMemoryCannotHoldIsNotTaken) {
+  WriteDisk(Path("d"), "x");
+  std::filesystem::resize_file(Path("d"), std::uintmax_t{1} << 30);
+  char* block = nullptr;
+  {
+    const LimitAddressSpace limit;
+    errno = 0;
+    EXPECT_EQ(FileTakeContents(Path("d").c_str(), &block), -1);
+    EXPECT_EQ(errno, ENOMEM);
+  }
+  EXPECT_EQ(block, nullptr);
+  EXPECT_TRUE(OnDisk(Path("d")));
+}
+
+#endif
 
 }  // namespace
 }  // namespace zevka::test

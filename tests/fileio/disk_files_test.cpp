@@ -151,6 +151,15 @@ TEST_F(PlainMode, TakeContentsOfAnEmptyFileFailsAndLeavesIt) {
   EXPECT_TRUE(OnDisk(Path("f")));
 }
 
+TEST_F(PlainMode, TakeContentsOfAFileThatCannotBeOpenedFails) {
+  ASSERT_EQ(::mknod(Path("socket").c_str(), S_IFSOCK | 0600, 0), 0);
+  char* block = nullptr;
+  errno = 0;
+  EXPECT_EQ(FileTakeContents(Path("socket").c_str(), &block), -1);
+  EXPECT_EQ(errno, ENXIO);
+  EXPECT_TRUE(OnDisk(Path("socket")));
+}
+
 TEST_F(PlainMode, TakeContentsOfAFolderFails) {
   ASSERT_TRUE(std::filesystem::create_directory(Path("folder")));
   char marker = 'm';

@@ -81,6 +81,15 @@ TEST_F(FileHelpers, PrintfOfAnEmptyTextSucceedsWithoutACall) {
   FileClose(handle);
 }
 
+TEST_F(FileHelpers, PrintfFailsWhenTheTextCannotBeFormatted) {
+  const FaultTable faults;
+  void* const handle = Open(Path("f"), "w");
+  const wchar_t notACharacter[] = {static_cast<wchar_t>(0x7FFFFFFF), L'\0'};
+  EXPECT_EQ(FilePrintf(handle, "%ls", notACharacter), -1);
+  EXPECT_EQ(faults.Calls(FileEntry::kWrite), 0);
+  FileClose(handle);
+}
+
 TEST_F(FileHelpers, PrintfFailsWhenTheItemWasNotWritten) {
   MakeFile(Path("f"), "abc");
   void* const handle = Open(Path("f"), "r");

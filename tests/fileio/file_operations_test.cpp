@@ -327,6 +327,7 @@ TEST(QueryFileOperations, ANullStructureIsInvalid) {
   EXPECT_EQ(errno, EINVAL);
 }
 
+// KEEP(host-gets-forwarding-functions)
 TEST(QueryFileOperations, TheHostFollowsASwapOfTheTable) {
   const TempDir folder;
   FileOperations operations = {};

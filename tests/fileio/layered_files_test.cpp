@@ -252,6 +252,7 @@ TEST_F(ByName, RemoveTakesTheMemoryFileFirstAndTheDiskFileNext) {
   EXPECT_EQ(errno, ENOENT);
 }
 
+// KEEP(remove-ends-handles)
 TEST_F(ByName, RemoveFreesAMemoryFileThatIsOpen) {
   void* const handle = Open(Path("f"), "w");
   Write(handle, "abc");
@@ -260,6 +261,7 @@ TEST_F(ByName, RemoveFreesAMemoryFileThatIsOpen) {
   EXPECT_EQ(SizeOf(Path("f")), -1);
 }
 
+// KEEP(rename-in-memory-only)
 TEST_F(ByName, RenameMovesAMemoryFileInMemoryOnly) {
   void* const handle = Open(Path("f"), "w+");
   Write(handle, "abc");
@@ -276,6 +278,7 @@ TEST_F(ByName, RenameMovesAMemoryFileInMemoryOnly) {
   EXPECT_FALSE(OnDisk(Path("f")));
 }
 
+// KEEP(rename-moves-into-the-record)
 TEST_F(ByName, RenameOntoAMemoryFileMovesContentsAndPositionIntoIt) {
   void* const from = Open(Path("from"), "w+");
   Write(from, std::string(5000, 'n'));
@@ -439,6 +442,41 @@ TEST_F(TakeContents, AFolderCannotBeReadAndStays) {
   EXPECT_EQ(errno, EISDIR);
   EXPECT_TRUE(untouched_);
   EXPECT_TRUE(OnDisk(Path("folder")));
+}
+
+TEST_F(TakeContents, AFileThatCannotBeOpenedGivesTheErrorOfFopenAndStays) {
+  ASSERT_EQ(::mknod(Path("socket").c_str(), S_IFSOCK | 0600, 0), 0);
+  errno = 0;
+  EXPECT_EQ(Take(Path("socket")), -1);
+  EXPECT_EQ(errno, ENXIO);
+  EXPECT_TRUE(untouched_);
+  EXPECT_TRUE(OnDisk(Path("socket")));
+}
+
+// --- Without a registry.
+
+TEST(LayeredWithoutALayer, EveryOperationByNameIsAnInputOutputError) {
+  const TempDir folder;
+  WriteDisk(folder.Path("d"), "x");
+  const std::string name = folder.Path("d");
+  layerMutex.Init();
+  struct stat status = {};
+  char* block = nullptr;
+  const auto expectEio = [](bool failed) {
+    EXPECT_TRUE(failed);
+    EXPECT_EQ(errno, EIO);
+    errno = 0;
+  };
+  errno = 0;
+  expectEio(LayeredOpen(name.c_str(), "r") == nullptr);
+  expectEio(LayeredStat(name.c_str(), &status) == -1);
+  expectEio(LayeredRemove(name.c_str()) == -1);
+  expectEio(LayeredRename(name.c_str(), "other") == -1);
+  expectEio(LayeredCommit(name.c_str()) == -1);
+  expectEio(LayeredTakeContents(name.c_str(), &block) == -1);
+  EXPECT_EQ(LayeredIsOnDisk(name.c_str()), -1);
+  EXPECT_EQ(LayeredGetBuffer(name.c_str()), nullptr);
+  EXPECT_TRUE(OnDisk(name));
 }
 
 }  // namespace

@@ -86,6 +86,7 @@ TEST_F(MemoryFile, BytesBetweenLengthAndCapacityAreZero) {
 
 // --- Reading.
 
+// KEEP(read-trailing-piece)
 TEST_F(MemoryFile, ATrailingPieceOfAnItemIsCopiedAndSetsEndOfFile) {
   void* const handle = OpenWith("0123456789", "r");
   std::string buffer(12, '?');
@@ -125,8 +126,10 @@ TEST_F(MemoryFile, ReadingNoItemsBeforeTheEndMovesNothing) {
 
 TEST_F(MemoryFile, ItemsOfNoBytesAreNotRead) {
   void* const handle = OpenWith("ab", "r");
+  FileSeek(handle, -1, SEEK_SET);
   char byte = '?';
   EXPECT_EQ(FileRead(&byte, 0, 5, handle), 0U);
+  EXPECT_EQ(FileError(handle), 1);  // as it was
   EXPECT_EQ(byte, '?');
   EXPECT_EQ(FileTell(handle), 0);
   EXPECT_EQ(FileEof(handle), 0);
@@ -214,6 +217,7 @@ TEST_F(MemoryFile, AppendingGoesToTheEndFromWherever) {
   FileClose(handle);
 }
 
+// KEEP(write-leaves-flags)
 TEST_F(MemoryFile, AWriteThatSucceedsLeavesTheFlagsAsTheyAre) {
   void* const handle = NewWith("abc");
   ReadRest(handle);
@@ -322,6 +326,7 @@ TEST_F(MemoryFile, SeekBeyondTheEndWithoutTheRightToWriteMovesOnly) {
   FileClose(handle);
 }
 
+// KEEP(seek-beyond-the-budget)
 TEST_F(MemoryFile, SeekBeyondTheBudgetMovesAndWritesNothing) {
   void* const handle = NewWith("0123456789");
   for (const std::int64_t target : {kFarAway, std::numeric_limits<std::int64_t>::max()}) {

@@ -21,6 +21,7 @@ TEST_F(MemoryLayer, BeginningTwiceKeepsTheFiles) {
   EXPECT_EQ(Contents(Path("f")), "abc");
 }
 
+// KEEP(layer-end-discards)
 TEST_F(MemoryLayer, EndDiscardsEveryFileUnwritten) {
   MakeFile(Path("f"), "abc");
   MakeFile(Path("g"), "");
@@ -231,6 +232,7 @@ TEST_F(MemoryLayer, CommitWritesTheFileAndDropsIt) {
   EXPECT_EQ(MemoryInUse(), 0U);
 }
 
+// KEEP(commit-makes-a-new-file)
 TEST_F(MemoryLayer, CommitMakesTheFileReadableToAllLessTheMask) {
   const mode_t before = ::umask(027);
   MakeFile(Path("f"), "x");
@@ -313,6 +315,7 @@ TEST_F(MemoryLayer, CommitThatWritesAPartOnlyKeepsTheFile) {
 
 // --- Names with one key.
 
+// KEEP(files-are-found-by-key)
 TEST_F(MemoryLayer, NamesWithOneKeyAreOneFile) {
   // The fifteen bytes end in "bcd"; the sixteen have the length of the others in front of it.
   const std::string fifteen = "AAAAAAAAAAAAbcd";

@@ -89,6 +89,7 @@ TEST_F(MemorySpill, AnEmptyFileCanSpill) {
   EXPECT_EQ(DiskBytes(name_), "ab");
 }
 
+// KEEP(spill-uses-the-mode-of-creation)
 TEST_F(MemorySpill, TheModeOfCreationOpensTheDiskFile) {
   MakeFile(name_, "0123456789");
   void* const handle = Open(name_, "r+b");  // would not create
