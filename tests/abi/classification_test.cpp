@@ -109,7 +109,7 @@ struct SetEncodingCase {
   const char* decoded;
 };
 
-// KEEP(encoding-set-in-replace-mode-only)
+// KEEP(add-keeps-encoding)
 TEST(Classification, FollowsATransferEncodingThatReplacesTheOld) {
   const Host host;
   const char* const seven = "Content-Transfer-Encoding: 7bit\r\n";

@@ -157,7 +157,7 @@ TEST_P(ExportForms, RequestMakesANewPackerEachTime) {
   EXPECT_EQ(Release(&second), 1);
 }
 
-// KEEP(release-keeps-location)
+// KEEP(release-always-one)
 TEST_P(ExportForms, ReleaseLeavesTheLocation) {
   StandardPacker* location = nullptr;
   ASSERT_EQ(Request(1, &location), 1);

@@ -61,7 +61,7 @@ TEST_F(FileOps, CreateFilesInMemory) {
   }
 }
 
-// KEEP(append-does-not-create)
+// KEEP(append-creates-nothing)
 TEST_F(FileOps, OpenNoMissingFileWithoutTheRightToCreate) {
   const std::string name = folder.Path("missing");
   for (const char* mode :
@@ -182,7 +182,7 @@ TEST_F(FileOps, ComputeTheRightsFromTheWholeMode) {
   EXPECT_EQ(files.remove(name.c_str()), 0);
 }
 
-// KEEP(open-file-is-shared)
+// KEEP(shared-open-handle)
 TEST_F(FileOps, GiveAnOpenMemoryFileAgainAsItStands) {
   const std::string name = folder.Path("file");
   void* const handle = Open(name, "wb");
@@ -206,7 +206,7 @@ TEST_F(FileOps, GiveAnOpenMemoryFileAgainAsItStands) {
 
 // ---- Disk handles
 
-// KEEP(close-is-always-zero)
+// KEEP(close-always-zero)
 TEST_F(FileOps, CloseADiskFileWithZeroWhateverTheDiskSays) {
   void* const handle = Open("/dev/full", "wb");
   ASSERT_NE(handle, nullptr);
@@ -259,7 +259,7 @@ TEST_F(FileOps, ReadWholeItemsOfADiskFile) {
 
 // ---- stat
 
-// KEEP(stat-missing-is-eio)
+// KEEP(missing-is-eio)
 TEST_F(FileOps, TellAMissingFileAsAnInputOutputError) {
   struct stat status {};
   errno = 0;
@@ -515,7 +515,7 @@ TEST_F(FileOps, ReachTheFilesOfAMessage) {
   EXPECT_FALSE(OnDisk(message.Name("_e")));
 }
 
-// KEEP(open-file-is-shared)
+// KEEP(shared-open-handle)
 TEST_F(FileOps, ShareAnOpenBodyWithTheLibraryWhichClosesIt) {
   const Message message(host, "Subject: one\r\n\r\nbody\r\n");
   void* const handle = Open(message.Name("_e"), "rb");

@@ -180,7 +180,7 @@ TEST_F(MemoryFiles, WriteAtThePositionAndGrow) {
   EXPECT_EQ(ReadFile(host, path), "0xy34567ABCDEF");
 }
 
-// KEEP(zero-item-size-writes-nothing)
+// KEEP(write-size-zero)
 TEST_F(MemoryFiles, WriteItemsOfNoSizeAsNone) {
   void* const handle = Open(path, "w+");
   EXPECT_EQ(files.write("x", 0, 1, handle), 0U);
@@ -316,7 +316,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndFillsWithZerosFromTheEnd) {
   EXPECT_EQ(ReadFile(host, path), std::string("0123456789") + std::string(90, '\0'));
 }
 
-// KEEP(seek-zeros-at-position)
+// KEEP(seek-fills-at-position)
 TEST_F(MemoryFiles, SeekBeyondTheEndWritesItsZerosWhereItStands) {
   void* const handle = Digits("r+");
   EXPECT_EQ(files.seek(handle, 100, SEEK_SET), 0);
@@ -340,7 +340,7 @@ TEST_F(MemoryFiles, SeekBeyondTheEndOfAnAppendedFileFillsFromTheEnd) {
   EXPECT_EQ(ReadFile(host, path), std::string("0123456789") + std::string(10, '\0'));
 }
 
-// KEEP(seek-zeros-at-position)
+// KEEP(seek-fills-at-position)
 TEST_F(MemoryFiles, SeekBeyondTheEndWithoutTheRightToWriteMovesOnly) {
   void* const handle = Digits("r");
   errno = 0;

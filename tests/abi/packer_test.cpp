@@ -274,7 +274,7 @@ TEST(PackerOpen, ReadsMemoryFilesOfTheHost) {
   EXPECT_FALSE(InMemory(host, path));
 }
 
-// KEEP(copy-of-length-zero-fails)
+// KEEP(empty-copy-fails)
 TEST(PackerOpenMemory, RefusesACopyOfNothingAndRemovesTheName) {
   const Host host;
   char byte = 'x';
@@ -288,7 +288,7 @@ TEST(PackerOpenMemory, RefusesACopyOfNothingAndRemovesTheName) {
   EXPECT_EQ(message.Name().substr(0, 18), "filename-00000001-");
 }
 
-// KEEP(names-from-rand)
+// KEEP(rand-mod-127)
 TEST(PackerOpenMemory, DrawsTheNameFromTheCLibrarysGenerator) {
   const Host host;
   for (unsigned counter = 0; counter < 5; ++counter) {
@@ -369,7 +369,7 @@ char* HeapText(std::size_t length) {
   return text;
 }
 
-// KEEP(attach-zeroes-the-buffer)
+// KEEP(uncopied-is-zeroed)
 TEST(PackerOpenMemory, ZeroesABufferThatItTakesOver) {
   const Host host;
   char* const given = HeapText(10);
@@ -383,7 +383,7 @@ TEST(PackerOpenMemory, ZeroesABufferThatItTakesOver) {
   EXPECT_EQ(host->ReleaseControl(3, taken), 1);
 }
 
-// KEEP(attach-zeroes-the-buffer)
+// KEEP(uncopied-is-zeroed)
 TEST(PackerOpenMemory, WritesATakenBufferAsNulsAndALineEnd) {
   const Host host;
   Message message(host, host->OpenMessageFromMemory(HeapText(10), 10, false));
@@ -556,7 +556,7 @@ TEST(PackerCommit, OfNoMessageFails) {
 
 constexpr char kBase64[] = "Subject: one\r\nContent-Transfer-Encoding: base64\r\n\r\naGVsbG8=\r\n";
 
-// KEEP(failed-write-is-success)
+// KEEP(save-always-one)
 TEST(PackerCommit, KeepsTheOldMessageWhenWritingFailsAndReportsSuccess) {
   const Host host;
   const TempDir folder;
@@ -575,7 +575,7 @@ TEST(PackerCommit, KeepsTheOldMessageWhenWritingFailsAndReportsSuccess) {
   }
 }
 
-// KEEP(commit-name-of-511)
+// KEEP(commit-name-cut)
 TEST(PackerCommit, LeavesAVeryLongPathInMemory) {
   const Host host;
   const TempDir folder;
@@ -707,7 +707,7 @@ TEST(PackerClose, WithoutABufferLeavesTheDiskFile) {
   }
 }
 
-// KEEP(close-of-empty-disk-file-fails)
+// KEEP(take-empty-disk-file)
 TEST(PackerClose, OfAnEmptyDiskFileFailsAndLeavesIt) {
   const Host host;
   const TempDir folder;

@@ -105,7 +105,7 @@ TEST(PartBodies, AreDecodedOnce) {
   EXPECT_EQ(Host::Decoded(message.get()), "put by the host");
 }
 
-// KEEP(decoding-adds-fields)
+// KEEP(fault-fields-appended)
 TEST(PartBodies, OfFaultyQuotedPrintableAddFieldsWhenDecoded) {
   const Host host;
   const Message message(host, "Content-Transfer-Encoding: quoted-printable\r\n\r\nx =4");
@@ -197,7 +197,7 @@ TEST(PartWriteDecoded, TakesBytesOfAnyValue) {
   EXPECT_EQ(Host::Decoded(message.get()), bytes);
 }
 
-// KEEP(write-encoded-does-not-modify)
+// KEEP(encoded-write-unmarked)
 TEST(PartWriteEncoded, IsWrittenAsItStands) {
   const Host host;
   Message message(host, kBase64);
@@ -319,7 +319,7 @@ TEST_F(BodyFiles, TheWideNamesAreNotPadded) {
   EXPECT_TRUE(OnDisk(path + "_e"));
 }
 
-// KEEP(body-file-name-with-zero)
+// KEEP(encoded-name-unbounded)
 TEST_F(BodyFiles, TheEncodedNameIsGivenAlsoWhenTheFileIsMissing) {
   const Message message(host, host->OpenMessage(path.c_str()));
   ASSERT_EQ(host.Files().remove((path + "_e").c_str()), 0);
@@ -331,7 +331,7 @@ TEST_F(BodyFiles, TheEncodedNameIsGivenAlsoWhenTheFileIsMissing) {
   EXPECT_EQ(std::wstring(wide.data()), std::wstring(path.begin(), path.end()) + L"_e");
 }
 
-// KEEP(body-file-name-with-zero)
+// KEEP(encoded-name-unbounded)
 TEST_F(BodyFiles, TheDecodedNameIsGivenAlsoWhenTheCommitFails) {
   const std::string inner = folder.Path("gone");
   ASSERT_TRUE(std::filesystem::create_directory(inner));

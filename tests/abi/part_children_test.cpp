@@ -207,7 +207,7 @@ TEST(PartRemoval, OfTheFirstTwoChildrenSkipsThem) {
   EXPECT_EQ(Host::Children(message.get()), (std::vector<PartObject*>{children[2]}));
 }
 
-// KEEP(removed-last-child-is-given)
+// KEEP(last-removed-child)
 TEST(PartRemoval, OfTheLastChildStillGivesIt) {
   const Host host;
   Message message(host, kThree);
@@ -245,7 +245,7 @@ TEST(PartRemoval, OfAMultipartEnds) {
   });
 }
 
-// KEEP(remove-leaves-the-childrens-files)
+// KEEP(children-outlive)
 TEST(PartRemoval, OfAMultipartLeavesTheChildrensFilesUntilTheEnd) {
   const Host host;
   Message message(host, kThree);

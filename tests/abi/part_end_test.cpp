@@ -64,7 +64,7 @@ TEST_F(PartEnd, SavingFailsAndThePartLivesOnWhenTheFileCannotBeSetAside) {
   EXPECT_EQ(Host::Encoded(message.get()), "Hi\r\n");
 }
 
-// KEEP(failed-write-is-success)
+// KEEP(save-always-one)
 TEST_F(PartEnd, SavingThatCannotWriteBringsTheOldMessageBackAndSaysOne) {
   Message message(host, kBase64);
   message->SetHeader("X-B", "2", 0);
@@ -123,7 +123,7 @@ TEST_F(PartEnd, DestructionRemovesTheBodiesOfTheWholeTree) {
   EXPECT_TRUE(Exists(host, message.Name()));
 }
 
-// KEEP(footer-named-message-is-removed)
+// KEEP(footer-file-by-name)
 TEST_F(PartEnd, DestructionRemovesAMessageWhoseNameEndsLikeAFooter) {
   const std::string path = folder.Path("x_footer");
   PartObject* message = OpenOnDisk(path, kPlain);
@@ -137,7 +137,7 @@ TEST_F(PartEnd, DestructionRemovesAMessageWhoseNameEndsLikeAFooter) {
   }
 }
 
-// KEEP(footer-named-message-is-removed)
+// KEEP(footer-file-by-name)
 TEST_F(PartEnd, DestructionRemovesItEvenAfterACommit) {
   const std::string path = folder.Path("x_footer");
   PartObject* message = OpenOnDisk(path, kPlain);
@@ -147,7 +147,7 @@ TEST_F(PartEnd, DestructionRemovesItEvenAfterACommit) {
   EXPECT_FALSE(Exists(host, path));
 }
 
-// KEEP(footer-named-message-is-removed)
+// KEEP(footer-file-by-name)
 TEST_F(PartEnd, AFooterLikeNameCountsFromNineCharactersOn) {
   InChildAt(folder.Path(), [this] {
     host->ReleaseControl(4, OpenOnDisk("a_footer", kPlain));
@@ -159,7 +159,7 @@ TEST_F(PartEnd, AFooterLikeNameCountsFromNineCharactersOn) {
   });
 }
 
-// KEEP(footer-text-is-removed-as-a-file)
+// KEEP(footer-text-removed)
 TEST_F(PartEnd, DestructionRemovesTheFileNamedLikeThePendingFooter) {
   const std::string victim = folder.Path("victim");
   WriteDisk(victim, "precious");
@@ -175,7 +175,7 @@ TEST_F(PartEnd, DestructionRemovesTheFileNamedLikeThePendingFooter) {
   EXPECT_FALSE(Exists(host, victim));
 }
 
-// KEEP(footer-text-is-removed-as-a-file)
+// KEEP(footer-text-removed)
 TEST_F(PartEnd, ACommitWithThatFooterRemovesTheFileToo) {
   const std::string victim = folder.Path("victim");
   WriteDisk(victim, "precious");

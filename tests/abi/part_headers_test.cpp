@@ -101,7 +101,7 @@ TEST(PartHeaders, OfAMessageWithoutFieldsAreNone) {
   EXPECT_EQ(message->NextHeader(name.data(), value.data()), 0);
 }
 
-// KEEP(next-header-pads)
+// KEEP(padded-exactly)
 TEST(PartHeaders, FillNameAndValueToExactlyTheReportedSizes) {
   const Host host;
   const Message message(host, kPlain);
@@ -118,7 +118,7 @@ TEST(PartHeaders, FillNameAndValueToExactlyTheReportedSizes) {
   secondValue.Expect(" 1", 1024);
 }
 
-// KEEP(next-header-pads)
+// KEEP(padded-exactly)
 TEST(PartHeaders, FillEveryFieldToTheLargestSizeOfTheMessage) {
   const Host host;
   const Message message(host, kPlain);

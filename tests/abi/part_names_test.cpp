@@ -211,7 +211,7 @@ struct RoomCase {
   bool conversionError;
 };
 
-// KEEP(name-room-in-utf8-bytes)
+// KEEP(charset-byte-room)
 TEST(PartNames, MustFitInFiveHundredAndTwelveBytesOfUtf8) {
   const Host host;
   for (const RoomCase& one : std::vector<RoomCase>{{0, 255, 1, false},

@@ -102,7 +102,7 @@ TEST(PlainMode, WorksAsTheCLibraryDoes) {
   });
 }
 
-// KEEP(plain-on-disk-is-one)
+// KEEP(plain-is-on-disk)
 TEST(PlainMode, SaysNothingOfUseAboutTheDisk) {
   WithoutTheLayer([](const Host&, const FileOperations& files) {
     struct stat status {};

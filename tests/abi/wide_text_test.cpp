@@ -104,7 +104,7 @@ TEST(WideText, BeyondUnicodeIsAConversionError) {
   }
 }
 
-// KEEP(lenient-surrogates)
+// KEEP(utf-lenient-surrogates)
 TEST(WideText, KeepsSurrogatesOneWayOnly) {
   const Host host;
   const std::vector<PointCase> surrogates = {{0xD800, "\xED\xA0\x80"},
