@@ -49,6 +49,7 @@ class QuotedPrintableWriter {
     if (!PutHeld() || QpEncodeByte(output_.Handle(), 0, state_, false, true) != 0) {
       return false;
     }
+    // KEEP(qp-line-end-at-the-end): a text that does not end with a line break gets one.
     return state_.lineStarted == 0 || output_.Write(breakBytes_);
   }
 

@@ -71,6 +71,8 @@ bool MatchContentType(Signatures& signatures, std::string_view value, std::strin
   // KEEP(protocol-any-type): whichever type is asked for, a protocol that names it marks the part
   // as signed.
   if (StartsWithNoCase(named, mediaType)) {
+    // KEEP(protocol-stops-at-a-letter): a letter behind the type makes it another type; a digit
+    // does not.
     const std::string_view rest = named.substr(mediaType.size());
     signatures.protocol = signatures.protocol || rest.empty() || !IsAlpha(rest.front());
   }

@@ -137,6 +137,8 @@ bool MessageWriter::WriteBody() {
   return request_.reencode && IsCoded(part_.kind.encoding) ? EncodeBody() : CopyBody();
 }
 
+// KEEP(encoded-preamble): a multipart that names an encoding has its preamble encoded anew, also
+// when it is empty.
 bool MessageWriter::EncodeBody() {
   if (part_.files.encoded.empty()) {
     return false;
@@ -157,6 +159,7 @@ bool MessageWriter::CopyBody() {
   if (fromDecoded) {
     EnsureDecoded(part_);
   }
+  // KEEP(missing-body-left-out): a body whose file is not there is no failure.
   OpenFile body(fromDecoded ? part_.files.decoded : part_.files.encoded, "rb");
   if (!body) {
     return true;

@@ -118,6 +118,7 @@ int TransferBody(PartState& part, OpenFile* openMessage, bool writeRaw, bool dec
     }
   }
   PumpBody(part, source, sinks);
+  // KEEP(base64-faults-leave-no-marks): text behind base64 is common, and no reason for a mark.
   if (decode && part.kind.encoding == TransferEncoding::kQuotedPrintable) {
     NoteQuotedPrintableFaults(part);
   }
