@@ -56,7 +56,9 @@ std::string WriteLeaf(const std::string& folder, const Leaf& leaf) {
   }
   std::string name = wanted;
   for (int count = 1; count <= kMostTries; ++count) {
-    const std::string path = folder + "/" + name;
+    std::string path = folder;
+    path += '/';
+    path += name;
     if (WriteNewFile(path, leaf.body, kNewFileMode)) {
       return name;
     }
