@@ -80,7 +80,7 @@ class Descriptor {
   // All of the input in one call. KEEP(charset-no-flush): a stateful charset gets no closing call.
   // Result: the bytes produced; nothing when the input is not of that charset or does not fit.
   std::optional<std::size_t> Convert(std::string_view input, char* out, std::size_t room) const {
-    char* in = const_cast<char*>(input.data());  // NOLINT(*-const-cast): the converter only reads
+    char* in = const_cast<char*>(input.data());  // the converter only reads
     std::size_t inLeft = input.size();
     std::size_t left = room;
     if (converter_.convert(handle_, &in, &inLeft, &out, &left) == static_cast<std::size_t>(-1)) {

@@ -47,6 +47,8 @@ struct Decoder {
   }
   void Write(unsigned char c);
   void CopyText(const unsigned char* text, std::size_t length);
+  const unsigned char* DecodeEscapes(const unsigned char* in, const unsigned char* end);
+  const unsigned char* DecodeText(const unsigned char* in, const unsigned char* end);
   void StepEscape(unsigned char c);
   void StepEscapeDigit(unsigned char previous, unsigned char c);
   void StepSoftBreakOpen(unsigned char c);
@@ -65,6 +67,43 @@ void Decoder::CopyText(const unsigned char* text, std::size_t length) {
   const std::size_t fitting = std::min(length, static_cast<std::size_t>(outEnd - out));
   out = std::copy_n(text, fitting, out);
   faults += length - fitting;
+}
+
+// Whole escapes in a row, as three steps each would decode them; stops before anything else.
+const unsigned char* Decoder::DecodeEscapes(const unsigned char* in, const unsigned char* end) {
+  unsigned char* to = out;
+  for (; end - in >= 3 && in[0] == '=' && to != outEnd; in += 3) {
+    const unsigned high = kDigits[in[1]];
+    const unsigned low = kDigits[in[2]];
+    if ((high | low) == kNoDigit) {
+      break;
+    }
+    *to++ = static_cast<unsigned char>(high * 16 + low);
+  }
+  out = to;
+  return in;
+}
+
+// Text and whole escapes, up to the end or behind the "=" of an escape that needs to be looked at
+// character by character.
+const unsigned char* Decoder::DecodeText(const unsigned char* in, const unsigned char* end) {
+  while (in != end) {
+    if (*in == '=') {
+      const unsigned char* const behind = DecodeEscapes(in, end);
+      if (behind == in) {
+        state = kEscape;
+        return in + 1;
+      }
+      in = behind;
+    } else {
+      const void* const escape = std::memchr(in, '=', static_cast<std::size_t>(end - in));
+      const unsigned char* const textEnd =
+          escape == nullptr ? end : static_cast<const unsigned char*>(escape);
+      CopyText(in, static_cast<std::size_t>(textEnd - in));
+      in = textEnd;
+    }
+  }
+  return in;
 }
 
 void Decoder::StepEscape(unsigned char c) {
@@ -120,16 +159,7 @@ std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd,
   unsigned char previous = own.previous;
   while (in != end) {
     if (decoder.state == kText) {
-      const void* const escape = std::memchr(in, '=', static_cast<std::size_t>(end - in));
-      const unsigned char* const textEnd =
-          escape == nullptr ? end : static_cast<const unsigned char*>(escape);
-      decoder.CopyText(in, static_cast<std::size_t>(textEnd - in));
-      in = textEnd;
-      if (in == end) {
-        break;
-      }
-      ++in;
-      decoder.state = kEscape;
+      in = decoder.DecodeText(in, end);
     } else {
       const unsigned char c = *in++;
       if (decoder.state == kEscape) {
