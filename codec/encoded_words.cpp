@@ -186,9 +186,26 @@ std::size_t FindWordStart(std::string_view text, std::size_t from, std::size_t a
   return at;
 }
 
+// EncodedWordLength for a text without a NUL: a look at its first characters settles most places.
+std::size_t WordLength(std::string_view text) {
+  if (!text.starts_with(kWordStart) || text.size() == kWordStart.size()) {
+    return 0;
+  }
+  const std::size_t charsetEnd = text.find_first_of("? \t", kWordStart.size());
+  if (charsetEnd == std::string_view::npos || text[charsetEnd] != '?' ||
+      EncodingAt(text.substr(charsetEnd + 1)) == 0) {
+    return 0;
+  }
+  const std::size_t end = text.find('?', charsetEnd + 3);
+  if (end == std::string_view::npos) {
+    return text.size() + 1;
+  }
+  return text.substr(end, 2) == "?=" ? end + 2 : end + 1;
+}
+
 // Encodes from `at` until the text or the room ends or a word stands there; gives that place.
 std::size_t EncodeUntilWord(std::string_view text, std::size_t at, BoundedText& out) {
-  while (at < text.size() && !out.IsFull() && EncodedWordLength(text.substr(at)) == 0) {
+  while (at < text.size() && !out.IsFull() && WordLength(text.substr(at)) == 0) {
     if (IsPlainInWord(text[at])) {
       out.Append(text[at]);
     } else {
@@ -230,7 +247,7 @@ int EncodeText(std::string_view text, std::span<char> room) {
       return 1;
     }
     const std::string_view word =
-        text.substr(at, EncodedWordLength(text.substr(at)));  // cut to the text by substr
+        text.substr(at, WordLength(text.substr(at)));  // cut to the text by substr
     out.Append("?= ");
     out.Append(word);
     at += word.size();
@@ -240,20 +257,7 @@ int EncodeText(std::string_view text, std::span<char> room) {
 }  // namespace
 
 std::size_t EncodedWordLength(std::string_view text) {
-  text = CutAtNul(text);
-  if (!text.starts_with(kWordStart) || text.size() == kWordStart.size()) {
-    return 0;
-  }
-  const std::size_t charsetEnd = text.find_first_of("? \t", kWordStart.size());
-  if (charsetEnd == std::string_view::npos || text[charsetEnd] != '?' ||
-      EncodingAt(text.substr(charsetEnd + 1)) == 0) {
-    return 0;
-  }
-  const std::size_t end = text.find('?', charsetEnd + 3);
-  if (end == std::string_view::npos) {
-    return text.size() + 1;
-  }
-  return text.substr(end, 2) == "?=" ? end + 2 : end + 1;
+  return WordLength(CutAtNul(text));
 }
 
 int DecodeEncodedWords(DecodeState& state, std::string_view text, std::span<char> out,
@@ -271,7 +275,7 @@ int DecodeHeaderText(DecodeState& state, std::string_view text, std::span<char> 
   text = CutAtNul(text);
   std::size_t used = 0;
   while (!text.empty() && used < out.size()) {
-    const std::size_t length = text.front() == '=' ? EncodedWordLength(text) : 0;
+    const std::size_t length = text.front() == '=' ? WordLength(text) : 0;
     if (length == 0) {
       out[used++] = text.front();
       text.remove_prefix(1);
