@@ -175,6 +175,8 @@ int CommitMessage(PartPtr message, const CommitTexts& texts) {
     // KEEP(commit-without-write-through-takes-the-disk-file): the result stays in memory, and a
     // disk file of that name went when it was set aside.
     if (writeThrough) {
+      // KEEP(failed-commit-stays-in-memory): a disk that refuses leaves the message a memory file,
+      // and the result stays 0.
       CommitFile(name.data());
     }
     return result;

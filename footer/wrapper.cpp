@@ -47,6 +47,7 @@ bool NeedsWrapper(const PartState& message) {
   }
   std::string_view value = type->value;
   value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
+  // KEEP(multipart-mixedx-is-mixed): only the beginning is looked at.
   return !StartsWithNoCase(value, kMixed);
 }
 
@@ -98,6 +99,7 @@ void AttachChild(PartState& parent, PartPtr child, bool moveHeaders) {
   const bool hasContentField =
       std::any_of(attached.headers.begin(), attached.headers.end(),
                   [](const HeaderNode& field) { return IsContentField(field.name); });
+  // KEEP(text-plain-for-no-content-field): only when all three are missing.
   if (!hasContentField) {
     AppendNode(attached.headers, "Content-Type", " text/plain");
   }

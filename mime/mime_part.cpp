@@ -183,6 +183,7 @@ int MIMEPart::GetEncodedBodyFile(char* buf) {
 
 int MIMEPart::SetFooterText(const char* text) {
   return OrFailure(1, [&] {
+    // KEEP(empty-footer-is-pending): an empty text is a footer; only null is none.
     RequestFooter(state_, text == nullptr ? std::nullopt : std::optional<std::string>(text));
     return 1;
   });
