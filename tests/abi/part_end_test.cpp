@@ -85,6 +85,7 @@ TEST_F(PartEnd, WritingTwiceFindsNoBody) {
   EXPECT_EQ(ReadFile(host, message.Name()), "Subject: one\r\n\r\n");
 }
 
+// KEEP(removed-part-succeeds)
 TEST_F(PartEnd, WritingARemovedPartWritesNothing) {
   const Message message(host, kPlain);
   message->RemovePart();
@@ -201,6 +202,7 @@ TEST_F(PartEnd, AFooterThatWasTakenBackIsNoFileName) {
 
 // ---- File names
 
+// KEEP(file-name-zero)
 TEST_F(PartEnd, FileNamesArePaddedToTheLengthAsked) {
   const std::string path = folder.Path("m");
   const Message message(host, OpenOnDisk(path, kPlain));

@@ -130,6 +130,7 @@ TEST(CollectBoundaries, DoesNotSearchAValueItHasRead) {
   });
 }
 
+// KEEP(first-search-any)
 TEST(FindBoundary, ChoosesTheFirstCandidateOfTheListThatOccursInTheBlock) {
   struct Case {
     Texts candidates;
@@ -183,6 +184,7 @@ TEST(FindBoundary, StaysWithTheCandidateThatAnEarlierBlockHad) {
 }
 
 // KEEP(delimiter-anywhere): inside a line, and with a '-' behind it.
+// KEEP(padded-delimiter-missed)
 TEST(FindBoundary, AcceptsLaterOnesOnlyBeforeALineEndOrAHyphen) {
   struct Case {
     std::string block;

@@ -149,6 +149,7 @@ TEST_F(LineReaderTest, ReadsLinesAcrossTheEdgeOf4096Bytes) {
   }
 }
 
+// KEEP(long-line-ends-header)
 TEST_F(LineReaderTest, CutsALineOf4096Characters) {
   struct Case {
     std::size_t length;

@@ -98,6 +98,7 @@ TEST_F(ParsedMessages, KeepAnMboxLineAsAField) {
   });
 }
 
+// KEEP(leading-blank-dropped)
 TEST_F(ParsedMessages, PassOverOneBlankLineInFront) {
   Expect({
       {"\r\nSubject: x\r\n\r\nbody\r\n", {{"Subject", " x"}}, "body\r\n"},
@@ -149,6 +150,7 @@ TEST_F(MessageParserTest, RemembersWhereTheLinesOfAFieldEnded) {
   EXPECT_EQ(field->segments, (std::vector<SegmentNode>{0}));
 }
 
+// KEEP(long-line-ends-header)
 TEST_F(ParsedMessages, EndTheirHeaderBlockAtALineOf4096Characters) {
   const std::string longest = Repeat("L", 4091);  // behind "LL: " it makes 4095 characters
   Expect({

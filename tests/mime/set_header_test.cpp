@@ -75,6 +75,7 @@ TEST(SetHeaderField, AddsAtTheEndWithoutSegments) {
   EXPECT_FALSE(part.modified);
 }
 
+// KEEP(above-first-signature)
 TEST(SetHeaderField, AddsAboveTheFirstSignature) {
   for (const std::string signature : {"DKIM-Signature", "domainkey-signature"}) {
     PartState part =

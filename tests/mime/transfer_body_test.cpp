@@ -131,6 +131,7 @@ TEST_F(TransferBodyTest, MarksNoOtherEncoding) {
   EXPECT_FALSE(part_.kind.wrongBodyEncoding);
 }
 
+// KEEP(second-line-end-stays)
 TEST_F(TransferBodyTest, DecodesOnceMoreInTheStyleOfTheLastLine) {
   part_.kind.encoding = kQuotedPrintable;
   part_.lineEnd.firstStyle = LineEndStyle::kLf;
