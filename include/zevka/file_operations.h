@@ -94,9 +94,9 @@ struct FileOperations {
 
 static_assert(sizeof(void*) == 8, "the structure is made of 64-bit words");
 static_assert(sizeof(FileOperations) == 264, "33 words");
-static_assert(offsetof(FileOperations, open) == 4 * 8, "word 4");
-static_assert(offsetof(FileOperations, commit) == 11 * 8, "word 11");
-static_assert(offsetof(FileOperations, isOnDisk) == 17 * 8, "word 17");
+static_assert(offsetof(FileOperations, open) == 32, "word 4");
+static_assert(offsetof(FileOperations, commit) == 88, "word 11");
+static_assert(offsetof(FileOperations, isOnDisk) == 136, "word 17");
 
 }  // namespace zevka
 
