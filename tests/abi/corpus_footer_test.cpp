@@ -47,7 +47,7 @@ class CorpusFooterTest : public testing::TestWithParam<Form> {
   }
 
   // The same through a file on disk, which is all that is left.
-  std::string FooteredOnDisk(const std::string& bytes, const char* footer) {
+  std::string FooteredOnDisk(const std::string& bytes, const Node& before, const char* footer) {
     const std::string path = folder_.Path("message.eml");
     WriteDisk(path, bytes);
     PartObject* message = host_->OpenMessage(path.c_str());
@@ -56,6 +56,9 @@ class CorpusFooterTest : public testing::TestWithParam<Form> {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()),
                             std::filesystem::directory_iterator()),
               1);
+    for (const std::string& name : DerivedNames(before, path)) {
+      EXPECT_FALSE(Exists(host_, name)) << name << " is left";
+    }
     std::string written = DiskBytes(path);
     std::filesystem::remove(path);
     return written;
@@ -165,8 +168,8 @@ void CorpusFooterTest::CheckWrapper(Ledger& ledger, const Node& before, const No
 void CorpusFooterTest::CheckMessage(Ledger& ledger, const Sample& sample, const char* footer) {
   const bool plain = footer == kPlainFooter;
   const std::string written = host_.WithFooter(sample.bytes, footer);
-  const std::string fromDisk = FooteredOnDisk(sample.bytes, footer);
   const Node before = TreeOf(sample.bytes);
+  const std::string fromDisk = FooteredOnDisk(sample.bytes, before, footer);
   const Road road = RoadOf(before, plain);
   if (road == Road::kRefused) {
     ledger.Met("signed, refused");
