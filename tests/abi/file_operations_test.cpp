@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <zevka/file_operations.h>
 
 #include <array>
@@ -130,6 +131,37 @@ TEST_F(FileOps, RefuseNamesThatTheDiskCannotHave) {
   EXPECT_EQ(errno, ENAMETOOLONG);
   EXPECT_EQ(Open(std::string(4200, '/'), "wb"), nullptr);
   EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_F(FileOps, RefuseNamesThatTheUserMayNotReach) {
+  const std::string closed = folder.Path("closed");
+  ASSERT_EQ(::mkdir(closed.c_str(), 0), 0);
+  InChild([&] {
+    if (::geteuid() == 0) {
+      EXPECT_EQ(::seteuid(65534), 0);
+    }
+    EXPECT_EQ(Open(closed + "/file", "wb"), nullptr);
+    EXPECT_EQ(errno, EACCES);
+    struct stat status {};
+    errno = 0;
+    EXPECT_EQ(files.stat((closed + "/file").c_str(), &status), -1);
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_EQ(files.isOnDisk((closed + "/file").c_str()), -1);
+    errno = 0;
+    EXPECT_EQ(files.remove((closed + "/file").c_str()), -1);
+    EXPECT_EQ(errno, EACCES);
+  });
+}
+
+TEST_F(FileOps, OpenAFolderForReadingAsTheCLibraryDoes) {
+  void* const handle = Open(folder.Path(), "rb");
+  ASSERT_NE(handle, nullptr);
+  char byte = 0;
+  EXPECT_EQ(files.read(&byte, 1, 1, handle), 0U);
+  EXPECT_NE(files.error(handle), 0);
+  EXPECT_EQ(Close(handle), 0);
+  EXPECT_EQ(Open(folder.Path(), "wb"), nullptr);
+  EXPECT_EQ(errno, EISDIR);
 }
 
 TEST_F(FileOps, KeepAFileOfAMissingFolderInMemoryOnly) {
@@ -406,6 +438,24 @@ TEST_F(FileOps, CommitThatCannotWriteKeepsTheFile) {
   EXPECT_EQ(errno, EISDIR);
   EXPECT_EQ(ReadFile(host, name), "text");
   EXPECT_EQ(files.remove(name.c_str()), 0);
+}
+
+TEST_F(FileOps, CommitThatWritesNotAllKeepsTheFile) {
+  const std::string name = folder.Path("file");
+  InChild([&] {
+    Make(name, std::string(100, 'x'));
+    for (const ::rlim_t limit : {0U, 10U}) {
+      const FileSizeLimit limited(limit);
+      errno = 0;
+      EXPECT_EQ(files.commit(name.c_str()), -1) << limit;
+      if (limit == 0) {
+        EXPECT_EQ(errno, EFBIG);
+      }
+      EXPECT_EQ(ReadFile(host, name), std::string(100, 'x')) << limit;
+    }
+    EXPECT_EQ(files.commit(name.c_str()), 0);
+    EXPECT_EQ(DiskBytes(name), std::string(100, 'x'));
+  });
 }
 
 // A commit must not wait for a lock that it holds itself.

@@ -18,11 +18,19 @@
 
 namespace zevka::test {
 
+// The thread sanitizer takes an exit handler of a library for one of the program and would run it
+// when the library is gone; under it the library stays.
+#ifdef __SANITIZE_THREAD__
+constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
+#else
+constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
+#endif
+
 // One packer of the loaded library. The library stays loaded for the life of the process.
 class Host {
  public:
   Host() {
-    library_ = ::dlopen(ZEVKA_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    library_ = ::dlopen(ZEVKA_LIBRARY, kLoadFlags);
     if (library_ == nullptr) {
       throw std::runtime_error(::dlerror());
     }

@@ -5,10 +5,12 @@
 #define ZEVKA_TESTS_ABI_IN_CHILD_H
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -67,6 +69,25 @@ void InChildAt(const std::string& folder, Body body) {
     body();
   });
 }
+
+// For its life, no file of this process may grow beyond the limit in bytes. Children only.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(::rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    ::signal(SIGXFSZ, SIG_IGN);
+    const ::rlimit limited = {bytes, before_.rlim_max};
+    if (::setrlimit(RLIMIT_FSIZE, &limited) != 0) {
+      throw std::runtime_error("cannot limit the size of files");
+    }
+  }
+  ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  ::rlimit before_{};
+};
 
 }  // namespace zevka::test
 

@@ -594,6 +594,48 @@ TEST(PackerCommit, LeavesAVeryLongPathInMemory) {
   EXPECT_EQ(host.Files().remove(path.c_str()), 0);
 }
 
+// KEEP(commit-ignores-the-disk)
+TEST(PackerCommit, KeepsTheMessageInMemoryWhenTheDiskTakesNothingAndReportsSuccess) {
+  const TempDir folder;
+  InChild([&folder] {
+    const Host host;
+    const std::string path = folder.Path("m");
+    WriteDisk(path, kPlain);
+    PartObject* const message = host->OpenMessage(path.c_str());
+    message->SetHeader("X-B", "2", 0);
+    {
+      const FileSizeLimit nothing(0);
+      EXPECT_EQ(host->CommitMessage(message, nullptr, nullptr, nullptr), 0);
+    }
+    const std::string expected = "Subject: one\r\nX-A: 1\r\nX-B: 2\r\n\r\nbody\r\n";
+    EXPECT_EQ(DiskBytes(path), "");
+    EXPECT_EQ(ReadFile(host, path), expected);
+    EXPECT_EQ(host.Files().commit(path.c_str()), 0) << "so the host can try again";
+    EXPECT_EQ(DiskBytes(path), expected);
+  });
+}
+
+// With a file name in the message the call writes that field until a write fails: here when the
+// memory is full and the disk takes no more.
+// KEEP(attachment-name-writes-until-it-fails)
+TEST(PackerCommit, WithAnAttachmentNameForANamedAttachmentFailsAndKeepsTheMessage) {
+  const TempDir folder;
+  InChild([&folder] {
+    const Host host;
+    const std::string path = folder.Path("m");
+    std::string bytes = "Subject: one\r\nContent-Disposition: attachment; filename=\"old.txt\"; x=";
+    bytes.append(1000, 'c').append("\r\n\r\nbody\r\n");
+    WriteDisk(path, bytes);
+    PartObject* const message = host->OpenMessage(path.c_str());
+    {
+      const FileSizeLimit little(65536);
+      EXPECT_EQ(host->CommitMessage(message, nullptr, nullptr, "new.txt"), 0);
+    }
+    EXPECT_EQ(DiskBytes(path), bytes);
+    EXPECT_FALSE(OnDisk(path + "_b"));
+  });
+}
+
 // ---- Slot 11: opening with a choice of writing through
 
 PartObject* OpenPart(const Host& host, const std::string& path, int writeThrough) {

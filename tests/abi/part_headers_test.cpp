@@ -158,6 +158,14 @@ TEST(PartHeaderSizes, AreTheDefaultsForShortFields) {
   EXPECT_EQ(value, 1024U);
 }
 
+TEST(PartHeaderSizes, AreStoredInThirtyTwoBitsEach) {
+  const Host host;
+  const Message message(host, kPlain);
+  std::array<std::uint32_t, 4> cells = {7, 7, 7, 7};
+  EXPECT_EQ(message->GetHeaderSizes(&cells[0], &cells[2]), 1);
+  EXPECT_EQ(cells, (std::array<std::uint32_t, 4>{256, 7, 1024, 7}));
+}
+
 struct SizeCase {
   std::size_t nameLength;
   std::size_t valueLength;

@@ -1,5 +1,6 @@
 // Several host threads at once: on one part, on parts of their own, on files of their own.
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <array>
 #include <atomic>
@@ -121,6 +122,33 @@ TEST(PartThreads, StandAtDifferentPlacesOfOnePart) {
     faults.Unless(name.data() == std::string("X-") + std::to_string(number));
   });
   EXPECT_EQ(faults.count, 0);
+}
+
+// The places belong to the thread's identity, which the system gives to a new thread when the old
+// one has ended. KEEP(places-outlive-their-thread)
+TEST(PartThreads, FindThePlacesOfAnEndedThreadWithTheirIdentity) {
+  const Host host;
+  const Message message(host, "A: 1\r\nB: 2\r\n\r\nbody\r\n");
+  std::array<char, 256> name{};
+  std::array<char, 1024> value{};
+  ::pthread_t first{};
+  ::pthread_t second{};
+  int result = -1;
+  std::thread([&] {
+    first = ::pthread_self();
+    message->RewindHeaders();
+    message->NextHeader(name.data(), value.data());
+  }).join();
+  std::thread([&] {
+    second = ::pthread_self();
+    result = message->NextHeader(name.data(), value.data());
+  }).join();
+  if (::pthread_equal(first, second) == 0) {
+    EXPECT_EQ(result, 0);
+    GTEST_SKIP() << "the system gave the second thread another identity";
+  }
+  EXPECT_EQ(result, 1);
+  EXPECT_STREQ(name.data(), "B");
 }
 
 TEST(PartThreads, IterateTheChildrenOfOnePartEachForItself) {
