@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -43,7 +43,9 @@ inline std::string ReadDisk(const std::string& path) {
   if (!in) {
     throw std::runtime_error("cannot read " + path);
   }
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
 }
 
 inline void WriteDisk(const std::string& path, std::string_view bytes) {
