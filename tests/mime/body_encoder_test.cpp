@@ -104,7 +104,7 @@ TEST_F(BodyEncoder, FindsLineEndsAcrossTheEdgesOfItsReads) {
   for (std::size_t lines = 4092; lines <= 4098; ++lines) {
     // One-character lines, so that the edge of 4096 or 8192 bytes falls on each place of a line.
     const std::string body =
-        Repeat("a\r\n", 1360) + Repeat("b", lines - 4080) + "\r\n" + Repeat("c\r\n", 1400);
+        Repeat("a\r\n", 1360) + Repeat("b", lines - 4080) + "\r\n"s + Repeat("c\r\n", 1400);
     EXPECT_EQ(Qp(body), body) << lines;
   }
 }

@@ -44,6 +44,7 @@ TEST_F(ParsedMessages, BeginTheirBodyBehindTheBlankLine) {
   });
 }
 
+// KEEP(last-line-is-body): a last line without a line end is none, whatever it reads like.
 TEST_F(ParsedMessages, BeginTheirBodyWithALineThatIsNoField) {
   Expect({
       {"Subject: x\r\nHello world\r\nSecond\r\n", {{"Subject", " x"}}, "Hello world\r\nSecond\r\n"},

@@ -75,6 +75,7 @@ TEST_F(MultipartSplitterTest, CutsTheBodyAtItsDelimiters) {
   }
 }
 
+// KEEP(delimiter-at-end): two bytes must follow, which CR LF gives and LF does not.
 TEST_F(MultipartSplitterTest, TakesADelimiterAtTheVeryEndForTextInALfMessage) {
   const PartPtr part = Split("--abc\nT: 1\n\nx\n--abc\n", "\n");
   EXPECT_EQ(TextsOf(*part), (Texts{"T: 1\n\nx\n--abc\n"}));
@@ -122,6 +123,7 @@ TEST_F(MultipartSplitterTest, SkipsBlanksUpToTheEstablishedLineEnd) {
   }
 }
 
+// KEEP(blanks-behind-delimiter): the blank line that was to keep the text from being a field too.
 TEST_F(MultipartSplitterTest, SwallowsEveryLfInFrontOfAChildInACrLfMessage) {
   const PartPtr part = Split("--abc\n\nNote: hi\r\n\r\nx\r\n--abc--\r\n");
   ASSERT_EQ(part->State().children.size(), 1U);
@@ -179,7 +181,7 @@ TEST_F(MultipartSplitterTest, EndsALongBodyWithoutAClosingDelimiterInOneChild) {
   const std::string first = "T: 1\r\n\r\n"s + Repeat("x", 5000 - 10) + "\r\n";
   ASSERT_EQ(first.size(), 5000U);
   const std::string rest = "--abc\r\nT: 2\r\n\r\n"s + Repeat("y", 50) +
-                           "\r\n--abc\r\nT: 3\r\n\r\n" + Repeat("z", 50) + "\r\n";
+                           "\r\n--abc\r\nT: 3\r\n\r\n"s + Repeat("z", 50) + "\r\n";
   const PartPtr part = Split("--abc\r\n" + first + rest);
   EXPECT_EQ(TextsOf(*part), (Texts{first + rest}));
 }
@@ -197,9 +199,9 @@ TEST_F(MultipartSplitterTest, CopesWithBoundariesAsLongAsABlock) {
   for (const std::size_t length : {4000U, 4080U, 4090U, 4092U, 4093U, 4094U}) {
     const std::string boundary = Repeat("b", length);
     // The field is folded: no physical line may reach 4096 characters.
-    const std::string head =
-        "Content-Type: multipart/mixed;\r\n boundary*0=" + boundary.substr(0, 2000) +
-        ";\r\n boundary*1=" + boundary.substr(2000) + "\r\n\r\n";
+    const std::string head = "Content-Type: multipart/mixed;\r\n boundary*0="s +
+                             boundary.substr(0, 2000) + ";\r\n boundary*1="s +
+                             boundary.substr(2000) + "\r\n\r\n";
     const PartPtr part = Load(head + "pre\r\n--"s + boundary + "\r\none\r\n--"s + boundary +
                               "\r\ntwo\r\n--"s + boundary + "--\r\n");
     EXPECT_EQ(Encoded(*part), "pre\r\n") << length;
@@ -207,9 +209,9 @@ TEST_F(MultipartSplitterTest, CopesWithBoundariesAsLongAsABlock) {
   }
   // Longer ones are never found, and cost no endless search.
   const std::string boundary = Repeat("b", 5000);
-  const std::string head =
-      "Content-Type: multipart/mixed;\r\n boundary*0=" + boundary.substr(0, 2500) +
-      ";\r\n boundary*1="s + boundary.substr(2500) + "\r\n\r\n";
+  const std::string head = "Content-Type: multipart/mixed;\r\n boundary*0="s +
+                           boundary.substr(0, 2500) + ";\r\n boundary*1="s + boundary.substr(2500) +
+                           "\r\n\r\n";
   const std::string body = "--"s + boundary + "\r\none\r\n--"s + boundary + "--\r\n";
   const PartPtr part = Load(head + body);
   EXPECT_EQ(Encoded(*part), body);

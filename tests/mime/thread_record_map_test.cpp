@@ -6,6 +6,7 @@
 #include <barrier>
 #include <cstddef>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace zevka::test {
@@ -137,6 +138,29 @@ TEST(ThreadRecordMapThreads, ReleasesInTheOrderOfFirstStoring) {
   });
   map.reset();
   EXPECT_EQ(released, (std::vector<int>{10, 20, 13, 14}));
+}
+
+// KEEP(thread-identity-reused): an entry outlives its thread, and the next thread of that identity
+// finds it. Threads that follow one another usually have the same.
+TEST(ThreadRecordMapThreads, FindsTheRecordOfAThreadThatHadTheSameIdentity) {
+  const ThreadRecordMapPtr map = NewMap(nullptr);
+  std::array<int, 20> records{};
+  std::vector<std::pair<pthread_t, void*>> stored;
+  for (int& record : records) {
+    pthread_t self{};
+    void* found = nullptr;
+    std::jthread([&] {
+      self = pthread_self();
+      found = ThreadMapFind(*map);
+      ThreadMapStore(*map, &record);
+    }).join();
+    void* expected = nullptr;
+    for (const auto& [thread, old] : stored) {
+      expected = pthread_equal(thread, self) != 0 ? old : expected;
+    }
+    EXPECT_EQ(found, expected);
+    stored.emplace_back(self, &record);
+  }
 }
 
 TEST(ThreadRecordMapThreads, FindsWhileOthersStore) {
