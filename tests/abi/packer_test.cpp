@@ -47,6 +47,7 @@ TEST(Packer, SupportsVersionOneOnly) {
   }
 }
 
+// KEEP(code-gaps)
 TEST(Packer, AnswersItsQueryCodes) {
   const Host host;
   EXPECT_EQ(host->QueryControl(2), 1);
@@ -594,7 +595,7 @@ TEST(PackerCommit, LeavesAVeryLongPathInMemory) {
   EXPECT_EQ(host.Files().remove(path.c_str()), 0);
 }
 
-// KEEP(commit-ignores-the-disk)
+// KEEP(failed-commit-stays-in-memory)
 TEST(PackerCommit, KeepsTheMessageInMemoryWhenTheDiskTakesNothingAndReportsSuccess) {
   const TempDir folder;
   InChild([&folder] {
@@ -617,7 +618,7 @@ TEST(PackerCommit, KeepsTheMessageInMemoryWhenTheDiskTakesNothingAndReportsSucce
 
 // With a file name in the message the call writes that field until a write fails: here when the
 // memory is full and the disk takes no more.
-// KEEP(attachment-name-writes-until-it-fails)
+// KEEP(disposition-endless)
 TEST(PackerCommit, WithAnAttachmentNameForANamedAttachmentFailsAndKeepsTheMessage) {
   const TempDir folder;
   InChild([&folder] {

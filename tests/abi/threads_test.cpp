@@ -125,7 +125,7 @@ TEST(PartThreads, StandAtDifferentPlacesOfOnePart) {
 }
 
 // The places belong to the thread's identity, which the system gives to a new thread when the old
-// one has ended. KEEP(places-outlive-their-thread)
+// one has ended. KEEP(thread-identity-reused)
 TEST(PartThreads, FindThePlacesOfAnEndedThreadWithTheirIdentity) {
   const Host host;
   const Message message(host, "A: 1\r\nB: 2\r\n\r\nbody\r\n");
