@@ -326,16 +326,14 @@ TEST(PartRemoval, OfTheMessageRemovesItsFile) {
 
 TEST(PartRemoval, OfAChildDoesNotMarkTheMessageModified) {
   const Host host;
-  const std::string encoded = std::string(76, 'Q') + "\r\n" + std::string(4, 'Q') + "\r\n";
-  Message message(host,
-                  "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
-                  "Content-Transfer-Encoding: base64\r\n\r\n" +
-                      encoded + "--b\r\nT: 2\r\n\r\ntwo\r\n--b--\r\n");
+  // 76 columns, while an encoder of this library would make 72.
+  std::string kept =
+      "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
+      "Content-Transfer-Encoding: base64\r\n\r\n";
+  kept.append(76, 'Q').append("\r\n").append(4, 'Q').append("\r\n");
+  Message message(host, kept + "--b\r\nT: 2\r\n\r\ntwo\r\n--b--\r\n");
   Host::Children(message.get()).at(1)->RemovePart();
-  EXPECT_EQ(message.Committed(),
-            "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
-            "Content-Transfer-Encoding: base64\r\n\r\n" +
-                encoded + "--b--\r\n\r\n");
+  EXPECT_EQ(message.Committed(), kept + "--b--\r\n\r\n");
 }
 
 }  // namespace

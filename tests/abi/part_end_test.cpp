@@ -160,6 +160,21 @@ TEST_F(PartEnd, AFooterLikeNameCountsFromNineCharactersOn) {
   });
 }
 
+// KEEP(footer-file-by-name)
+TEST_F(PartEnd, DestructionRemovesItAlsoWhenItDoesNotLoad) {
+  // More levels than file names can have letters, so the load fails.
+  std::string text = "Subject: core\r\n\r\nhi\r\n";
+  for (int level = 0; level < 150; ++level) {
+    text.insert(0, "Content-Type: message/rfc822\r\n\r\n");
+  }
+  const std::string footer = folder.Path("x_footer");
+  const std::string other = folder.Path("x_other");
+  EXPECT_EQ(OpenOnDisk(footer, text.c_str()), nullptr);
+  EXPECT_EQ(OpenOnDisk(other, text.c_str()), nullptr);
+  EXPECT_FALSE(OnDisk(footer));
+  EXPECT_EQ(DiskBytes(other), text);
+}
+
 // KEEP(footer-text-removed)
 TEST_F(PartEnd, DestructionRemovesTheFileNamedLikeThePendingFooter) {
   const std::string victim = folder.Path("victim");
