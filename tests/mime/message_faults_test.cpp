@@ -12,6 +12,7 @@
 #include "mime/save_message.h"
 #include "tests/mime/handle_ledger.h"
 #include "tests/mime/part_fixture.h"
+#include "tests/mime/read_errors.h"
 #include "tests/support/fault_table.h"
 
 namespace zevka::test {
@@ -208,6 +209,42 @@ TEST_F(SaveFaults, LeaveTheOldMessageOrTheNewOne) {
 
 TEST_F(SaveFaults, LeaveTheOldMessageOrTheNewOneThatIsEncodedAnew) {
   EachSave(true);
+}
+
+TEST_F(SaveFaults, PutTheOldMessageBackAfterAReadError) {
+  for (const Sample& sample : Samples()) {
+    for (int n = 1; n < 1000; ++n) {
+      SCOPED_TRACE(sample.name + ", read " + std::to_string(n));
+      PrepareLoaded(sample);
+      bool failed = false;
+      {
+        const HandleLedger ledger;
+        const ReadErrors errors(n);
+        outcome_ = SaveMessage(*part_, nullptr, nullptr, nullptr);
+        failed = ReadErrors::Happened();
+        EXPECT_EQ(HandleLedger::OpenFiles(), std::vector<std::string>{});
+        EXPECT_EQ(HandleLedger::Breaches(), std::vector<std::string>{});
+      }
+      EXPECT_EQ(outcome_ == SaveOutcome::kWritten, !failed);
+      if (failed) {
+        EXPECT_EQ(Get(Path("m")), sample.text);
+      }
+      part_.reset();
+      Sweep();
+      if (!failed) {
+        break;
+      }
+    }
+  }
+}
+
+TEST_F(MessageFaults, OfTheFirstReadFailTheLoad) {
+  for (const Sample& sample : Samples()) {
+    Put(Path("m"), sample.text);
+    const PartPtr part = NewPart();
+    const ReadErrors errors(1);
+    EXPECT_EQ(part->LoadFromFile(Path("m").c_str()), 0) << sample.name;
+  }
 }
 
 }  // namespace
