@@ -95,8 +95,9 @@ class RemoveUnlessKept {
 
   // The file stays; its name.
   std::string Keep() {
+    std::string name = name_;  // when there is no memory for it, nobody would know the file
     kept_ = true;
-    return name_;
+    return name;
   }
 
  private:

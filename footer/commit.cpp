@@ -1,11 +1,13 @@
 #include "footer/commit.h"
 
 #include <array>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "fileio/file_helpers.h"
+#include "fileio/file_operations.h"
 #include "fileio/open_file.h"
 #include "footer/footer_part.h"
 #include "footer/inline_footer.h"
@@ -58,9 +60,10 @@ class SetAside {
   bool isAside_ = false;
 };
 
+// Null when the file does not load or there is no memory for a part.
 PartPtr LoadPart(const std::string& name) {
-  PartPtr part(new MIMEPart);
-  if (part->LoadFromFile(name.c_str()) != 1) {
+  PartPtr part(new (std::nothrow) MIMEPart);
+  if (part && part->LoadFromFile(name.c_str()) != 1) {
     part.reset();
   }
   return part;
@@ -99,14 +102,13 @@ std::optional<Wrapper> MakeWrapper(const PartState& message) {
 // is kept until the new one is whole.
 void WrapMessage(PartPtr message, PartPtr footer, const CommitTexts& texts) {
   const std::string name = *message->State().files.own;
-  const std::string footerFile = *footer->State().files.own;
+  const RemoveUnlessKept footerRemover(*footer->State().files.own);
   std::optional<Wrapper> wrapper = MakeWrapper(message->State());
   if (!wrapper) {
     SaveUnwrapped(std::move(message), std::move(footer), texts);
     return;
   }
-  const RemoveUnlessKept footerRemover(footerFile);
-  RemoveUnlessKept skeleton(wrapper->file);
+  RemoveUnlessKept skeleton(std::move(wrapper->file));
   SetAside original(name);
   if (!original) {
     wrapper.reset();
@@ -177,7 +179,7 @@ int CommitMessage(PartPtr message, const CommitTexts& texts) {
     if (writeThrough) {
       // KEEP(failed-commit-stays-in-memory): a disk that refuses leaves the message a memory file,
       // and the result stays 0.
-      CommitFile(name.data());
+      FileCommit(name.data());
     }
     return result;
   });
