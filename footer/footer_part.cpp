@@ -28,6 +28,7 @@ std::optional<std::string> MakeFooterPart(const PartState& message) {
   RemoveUnlessKept file(message.files.own.value_or("") + "_footer");
   OpenFile out(file.Name(), "w");
   if (!out) {
+    static_cast<void>(file.Keep());  // what stands there is somebody else's
     return std::nullopt;
   }
   WriteHeaderBlock(out, footer, lineEnd);

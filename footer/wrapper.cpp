@@ -76,6 +76,7 @@ std::optional<std::string> MakeWrapperFile(const PartState& message) {
   RemoveUnlessKept file(message.files.own.value_or("") + "_multipart");
   OpenFile out(file.Name(), "w");
   if (!out) {
+    static_cast<void>(file.Keep());  // what stands there is somebody else's
     return std::nullopt;
   }
   for (const std::string& line : lines) {

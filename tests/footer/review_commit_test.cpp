@@ -10,7 +10,10 @@
 #include <utility>
 
 #include "footer/commit.h"
+#include "footer/footer_part.h"
+#include "footer/wrapper.h"
 #include "tests/mime/part_fixture.h"
+#include "tests/support/fault_table.h"
 
 namespace {
 
@@ -103,6 +106,21 @@ TEST_F(CommitReview, LeavesNoFooterFileWhicheverAllocationFails) {
 
 TEST_F(CommitReview, LeavesNoWrapperFileWhicheverAllocationFails) {
   EachAllocation(kHtml, "Scanned");
+}
+
+// A foreign file that cannot be opened for writing is not the library's to remove.
+TEST_F(CommitReview, LeavesAFileAloneThatItCannotOpen) {
+  for (const std::string name : {"m_footer", "m_multipart"}) {
+    WriteDisk(Path(name), "foreign");
+  }
+  const PartPtr part = Open(kHtml, "Scanned");
+  FaultTable faults;
+  faults.FailFrom(FileEntry::kOpen, 1);
+  EXPECT_FALSE(MakeFooterPart(part->State()).has_value());
+  EXPECT_FALSE(MakeWrapperFile(part->State()).has_value());
+  faults.FailNothing();
+  EXPECT_EQ(ReadDisk(Path("m_footer")), "foreign");
+  EXPECT_EQ(ReadDisk(Path("m_multipart")), "foreign");
 }
 
 }  // namespace
