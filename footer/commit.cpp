@@ -121,7 +121,10 @@ void WrapMessage(PartPtr message, PartPtr footer, const CommitTexts& texts) {
   const SaveOutcome outcome =
       SaveMessage(*wrapper->part, texts.subjectSuffix, texts.passThrough, texts.attachmentName);
   wrapper.reset();
-  if (outcome == SaveOutcome::kWritten && RenameFile(skeleton.Name(), name)) {
+  // The wrapper takes in its first child's file and removes it; one that is still there was left
+  // out.
+  const bool whole = outcome == SaveOutcome::kWritten && !RegularFileSize(name);
+  if (whole && RenameFile(skeleton.Name(), name)) {
     skeleton.Keep();
     original.Drop();
   }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
@@ -121,6 +122,51 @@ TEST_F(CommitReview, LeavesAFileAloneThatItCannotOpen) {
   faults.FailNothing();
   EXPECT_EQ(ReadDisk(Path("m_footer")), "foreign");
   EXPECT_EQ(ReadDisk(Path("m_multipart")), "foreign");
+}
+
+// Lets the next opening of one file for reading fail.
+class FailReading {
+ public:
+  explicit FailReading(std::string name) {
+    Wrapped() = CurrentFileOperations();
+    Name() = std::move(name);
+    CurrentFileOperations().open = &Open;
+  }
+  ~FailReading() { CurrentFileOperations() = Wrapped(); }
+  FailReading(const FailReading&) = delete;
+  FailReading& operator=(const FailReading&) = delete;
+
+  static bool HasFailed() { return Name().empty(); }
+
+ private:
+  static FileOperationTable& Wrapped() {
+    static FileOperationTable table;
+    return table;
+  }
+  static std::string& Name() {
+    static std::string name;
+    return name;
+  }
+  static void* Open(const char* name, const char* mode) {
+    if (Name() == name && std::strcmp(mode, "rb") == 0) {
+      Name().clear();
+      return nullptr;
+    }
+    return Wrapped().open(name, mode);
+  }
+};
+
+// A child whose text cannot be opened is left out; the wrapped message is such a child, and the old
+// one must not go then.
+TEST_F(CommitReview, KeepsTheOldMessageWhenTheWrapperLeftItOut) {
+  PartPtr part = Open(kHtml, "Scanned");
+  {
+    const FailReading failing(Path("m"));
+    EXPECT_EQ(CommitMessage(std::move(part), {}), 0);
+    EXPECT_TRUE(FailReading::HasFailed());
+  }
+  EXPECT_EQ(ReadDisk(Path("m")), kHtml);
+  ExpectNoTemporaryName();
 }
 
 }  // namespace
