@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
-#include <numeric>
-#include <unordered_set>
 
 #include "codec/ascii.h"
 
@@ -18,11 +15,7 @@ constexpr std::string_view kWord = "boundary";
 // One pass over a Content-Type value.
 class ParameterReader {
  public:
-  ParameterReader(BoundarySet& set, std::string_view value) : set_(set), value_(value) {
-    for (const std::string& candidate : set.candidates) {
-      known_.insert(candidate);
-    }
-  }
+  ParameterReader(BoundarySet& set, std::string_view value) : set_(set), value_(value) {}
 
   void ReadAll() {
     for (;;) {
@@ -39,25 +32,27 @@ class ParameterReader {
  private:
   char Current() const { return at_ < value_.size() ? value_[at_] : '\0'; }
 
-  void SkipComment() {
-    std::size_t depth = 0;
-    for (; at_ < value_.size(); ++at_) {
-      if (value_[at_] == '(') {
-        ++depth;
-      } else if (value_[at_] == ')' && --depth == 0) {
-        ++at_;
-        return;
+  // Where the comment that begins at a "(" ends: behind its ")", or with the value. All are found
+  // at once, so that comments within comments are not read again and again.
+  std::size_t CommentEnd(std::size_t begin) {
+    if (commentEnds_.empty()) {
+      commentEnds_.assign(value_.size(), value_.size());
+      std::vector<std::size_t> open;
+      for (std::size_t at = 0; at < value_.size(); ++at) {
+        if (value_[at] == '(') {
+          open.push_back(at);
+        } else if (value_[at] == ')' && !open.empty()) {
+          commentEnds_[open.back()] = at + 1;
+          open.pop_back();
+        }
       }
     }
+    return commentEnds_[begin];
   }
 
   void SkipBlanksAndComments() {
     while (at_ < value_.size() && (IsBlank(value_[at_]) || value_[at_] == '(')) {
-      if (value_[at_] == '(') {
-        SkipComment();
-      } else {
-        ++at_;
-      }
+      at_ = value_[at_] == '(' ? CommentEnd(at_) : at_ + 1;
     }
   }
 
@@ -133,7 +128,7 @@ class ParameterReader {
       return;
     }
     std::string candidate = "--" + std::string(text.substr(0, last + 1));
-    if (known_.insert(candidate).second) {
+    if (set_.known.insert(candidate).second) {
       set_.candidates.push_back(std::move(candidate));
     }
   }
@@ -141,8 +136,8 @@ class ParameterReader {
   BoundarySet& set_;
   std::string_view value_;
   std::size_t at_ = 0;
-  std::string run_;  // numbered sections read so far
-  std::unordered_set<std::string> known_;
+  std::string run_;                       // numbered sections read so far
+  std::vector<std::size_t> commentEnds_;  // at the place of each "("; made for the first comment
 };
 
 std::size_t Find(std::string_view block, std::string_view text, std::size_t from) {
@@ -161,49 +156,56 @@ struct Match {
   std::size_t position = kNone;
 };
 
-// Looks the text at one position up among many candidates: they stand sorted, and each further
-// character narrows the range of those that still fit.
-class CandidateIndex {
- public:
-  explicit CandidateIndex(BoundarySet& set) : candidates_(set.candidates), order_(set.sorted) {
-    if (order_.size() != candidates_.size()) {
-      order_.resize(candidates_.size());
-      std::iota(order_.begin(), order_.end(), std::size_t{0});
-      std::sort(order_.begin(), order_.end(),
-                [&](std::size_t a, std::size_t b) { return candidates_[a] < candidates_[b]; });
+void SortCandidates(BoundarySet& set) {
+  const std::vector<std::string>& candidates = set.candidates;
+  std::vector<SortedCandidate>& sorted = set.sorted;
+  for (std::size_t place = 0; place < candidates.size(); ++place) {
+    if (candidates[place].size() <= kLongestSearched) {
+      sorted.push_back({place, kNone, kNone});
     }
   }
-
-  // The smallest place in the list among the candidates that the text begins with.
-  std::size_t FirstPrefixOf(std::string_view text) const {
-    std::size_t best = kNone;
-    auto low = order_.cbegin();
-    auto high = order_.cend();
-    for (std::size_t depth = 0; low != high; ++depth) {
-      if (candidates_[*low].size() == depth) {
-        best = std::min(best, *low);
-        ++low;
-      }
-      if (low == high || depth == text.size() || depth == kLongestSearched) {
-        break;
-      }
-      const auto wanted = static_cast<unsigned char>(text[depth]);
-      const auto before = [&](std::size_t place, unsigned char c) {
-        return static_cast<unsigned char>(candidates_[place][depth]) < c;
-      };
-      const auto after = [&](unsigned char c, std::size_t place) {
-        return c < static_cast<unsigned char>(candidates_[place][depth]);
-      };
-      low = std::lower_bound(low, high, wanted, before);
-      high = std::upper_bound(low, high, wanted, after);
+  std::sort(sorted.begin(), sorted.end(), [&](const auto& left, const auto& right) {
+    return candidates[left.place] < candidates[right.place];
+  });
+  std::vector<std::size_t> beginnings;  // those that the one before began with, and itself
+  for (std::size_t at = 0; at < sorted.size(); ++at) {
+    const std::string_view text = candidates[sorted[at].place];
+    while (!beginnings.empty() && !text.starts_with(candidates[sorted[beginnings.back()].place])) {
+      beginnings.pop_back();
     }
-    return best;
+    sorted[at].shorter = beginnings.empty() ? at : beginnings.back();
+    sorted[at].shortest = beginnings.empty() ? at : beginnings.front();
+    beginnings.push_back(at);
   }
+}
 
- private:
-  const std::vector<std::string>& candidates_;
-  std::vector<std::size_t>& order_;
-};
+// The smallest place in the list among the candidates that the text begins with. They are among the
+// last one that is not behind the text in the order of the bytes and those that it begins with.
+std::size_t FirstPrefixOf(const BoundarySet& set, std::string_view text) {
+  const std::vector<SortedCandidate>& sorted = set.sorted;
+  const auto begins = [&](std::size_t at) {
+    return text.starts_with(set.candidates[sorted[at].place]);
+  };
+  const auto behind = std::upper_bound(
+      sorted.begin(), sorted.end(), text,
+      [&](std::string_view wanted, const auto& one) { return wanted < set.candidates[one.place]; });
+  if (behind == sorted.begin()) {
+    return kNone;
+  }
+  auto at = static_cast<std::size_t>(behind - sorted.begin()) - 1;
+  if (!begins(sorted[at].shortest)) {
+    return kNone;
+  }
+  while (!begins(at)) {
+    at = sorted[at].shorter;
+  }
+  std::size_t best = sorted[at].place;
+  while (sorted[at].shorter != at) {
+    at = sorted[at].shorter;
+    best = std::min(best, sorted[at].place);
+  }
+  return best;
+}
 
 // One scan of the block, however many candidates there are. KEEP(first-search-any): the order of
 // the list decides, not the place in the block, and what follows is not looked at.
@@ -216,9 +218,11 @@ Match FirstCandidateIn(BoundarySet& set, std::string_view block) {
     }
     return best;
   }
-  const CandidateIndex index(set);
+  if (set.sorted.empty()) {
+    SortCandidates(set);
+  }
   for (std::size_t at = Find(block, "--", 0); at != kNone; at = Find(block, "--", at + 1)) {
-    const std::size_t candidate = index.FirstPrefixOf(block.substr(at));
+    const std::size_t candidate = FirstPrefixOf(set, block.substr(at));
     if (candidate < best.candidate) {
       best = {candidate, at};
     }

@@ -13,16 +13,25 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace zevka {
 
+// A candidate that a block can hold, in the order of the bytes. All candidates that one begins with
+// stand in front of it, and `shorter` leads from each to the next one.
+struct SortedCandidate {
+  std::size_t place;     // in BoundarySet::candidates
+  std::size_t shorter;   // in BoundarySet::sorted, the longest it begins with; its own for none
+  std::size_t shortest;  // the last one that this leads to
+};
+
 struct BoundarySet {
-  std::vector<std::string> candidates;  // each "--" and a boundary value; no value twice
-  std::vector<std::size_t>
-      sorted;  // places in `candidates` in the order of their bytes; made by the first search
-  std::string chosen;   // the candidate in use; empty until the body was searched
-  std::string closing;  // chosen and "--"
+  std::vector<std::string> candidates;    // each "--" and a boundary value; no value twice
+  std::unordered_set<std::string> known;  // the same, to be looked up
+  std::vector<SortedCandidate> sorted;    // made by the first search among several
+  std::string chosen;                     // the candidate in use; empty until the body was searched
+  std::string closing;                    // chosen and "--"
 
   bool IsChosen() const { return !chosen.empty(); }
   // The chosen boundary's value, without its leading "--"; empty when none was chosen.
