@@ -11,7 +11,8 @@ namespace {
 // The name of a parameter, or the earlier name when the value has no such parameter.
 bool TakeName(PartState& part, std::string_view value, std::string_view parameter) {
   // KEEP(name-survives-disposition): a field without the parameter does not take the name away.
-  DisplayName earlier = part.name;
+  DisplayName earlier = std::move(part.name);
+  part.name = {std::nullopt, earlier.charset, earlier.offset};
   const bool found =
       ExtractName(part.name, part.decoding, part.lineEnd.firstStyle, value, parameter);
   if (!found) {
