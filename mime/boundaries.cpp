@@ -78,10 +78,8 @@ class ParameterReader {
       at_ = behindWord;
       return;
     }
-    while (Current() == '=') {
-      ++at_;
-      SkipBlanksAndComments();
-    }
+    ++at_;
+    SkipBlanksAndComments();
     std::string_view text = ReadText();
     if (extended) {
       text = WithoutCharset(text);

@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mime/boundaries.h"
@@ -64,6 +65,20 @@ TEST(HostileFields, HoldCommentsWithinCommentsBehindTheBareWord) {
   BoundarySet odd;
   CollectBoundaries(odd, "x/y) boundary(a)(b(c)) =(d)a; boundary(e))=b");
   EXPECT_EQ(odd.candidates, (Texts{"--a"}));
+}
+
+TEST(HostileFields, BeginABoundaryWithAnEqualsSign) {
+  const std::vector<std::pair<std::string_view, std::string_view>> cases = {
+      {"x/y; boundary==_a", "--=_a"},
+      {"x/y; boundary = =_a; charset=b", "--=_a"},
+      {"x/y; boundary===", "--=="},
+      {"x/y; boundary*0==a; boundary*1==b", "--=a=b"},
+  };
+  for (const auto& [value, candidate] : cases) {
+    BoundarySet set;
+    CollectBoundaries(set, value);
+    EXPECT_EQ(set.candidates, (Texts{std::string(candidate)})) << value;
+  }
 }
 
 TEST(HostileBodies, LookLikeManyLongCandidates) {
