@@ -1,7 +1,7 @@
 // Every file name that a part derives from its own path, and when each file is removed.
 //
-//   path            the part's own text: the message file, or the text of a child while it is
-//   loaded path_e, path_d  its body as it stands in the message, and decoded (on first use)
+//   path            the part's own text: the message file, or a child's text while it is loaded
+//   path_e, path_d  its body as it stands in the message, and decoded (on first use)
 //   path_e.rfc822   a copy of an embedded message's text
 //   path_b          the old message while a new one is written (save_message)
 //   path_0, path_1  the texts of children (multipart_splitter)

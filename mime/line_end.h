@@ -1,11 +1,9 @@
 // How a message ends its lines. Two things are kept apart:
 //  - the style of the first line end read (LineEnd::firstStyle), which the body coders follow and
-//  which a
-//    host is told by NextHeader(nullptr, buf);
+//    which a host is told by NextHeader(nullptr, buf);
 //  - the established line end, bytes gathered before the first non-empty line was complete, which
-//  every
-//    line that the library generates ends with. It is settled to CR LF, CR or LF once the part is
-//    loaded.
+//    every line that the library generates ends with. It is settled to CR LF, CR or LF once the
+//    part is loaded.
 //
 // Source: RFC 5322 2.1 and RFC 2045 2.7 know CR LF only; mail on disk has all three.
 #ifndef ZEVKA_MIME_LINE_END_H

@@ -5,12 +5,10 @@
 // The body is read in blocks and only a delimiter's length is kept between two of them. Known
 // limits, all of them relied upon:
 //  - The 1001st child and those after it take names that are cut to the length of the first
-//  thousand's, so
-//    their body files displace each other.
+//    thousand's, so their body files displace each other.
 //  - A child that cannot be loaded is left out.
 //  - A body without a closing delimiter is split as long as its delimiters stand in a block that is
-//  not the
-//    last; what the last block adds is one child.
+//    not the last; what the last block adds is one child.
 //
 // Source: RFC 2046 5.1.
 #ifndef ZEVKA_MIME_MULTIPART_SPLITTER_H

@@ -15,8 +15,9 @@
 namespace zevka {
 
 // Copies a body, decodes it, or both.
-//   openMessage  read from part.bodyStart on when writeRaw is set; null: the encoded body file is
-//   read writeRaw     write the encoded body file decode       write the decoded body file
+//   openMessage  what is read, from part.bodyStart on; null: the encoded body file
+//   writeRaw     write the encoded body file; with an open message only
+//   decode       write the decoded body file
 // Result: 1 always.
 int TransferBody(PartState& part, OpenFile* openMessage, bool writeRaw, bool decode);
 
