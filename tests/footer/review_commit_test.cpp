@@ -26,7 +26,8 @@ bool Fails() {
 
 }  // namespace
 
-void* operator new(std::size_t bytes) {
+// Kept out of line: GCC 12 takes an inlined free for one that does not fit its new.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
   void* const block = Fails() ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
   if (block == nullptr) {
     throw std::bad_alloc();
@@ -36,13 +37,13 @@ void* operator new(std::size_t bytes) {
 void* operator new(std::size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
   return Fails() ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
 }
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }
-void operator delete(void* block, std::size_t /*bytes*/) noexcept {
+[[gnu::noinline]] void operator delete(void* block, std::size_t /*bytes*/) noexcept {
   std::free(block);
 }
-void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
+[[gnu::noinline]] void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
   std::free(block);
 }
 
