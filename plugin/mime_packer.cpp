@@ -4,7 +4,6 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <optional>
-#include <string>
 
 #include "codec/text_holders.h"
 #include "fileio/file_operations.h"
@@ -99,8 +98,8 @@ std::int64_t MimePacker::CloseMessage(PartObject* message, char** outBuffer, boo
     return -1;
   }
   return OrFailure(std::int64_t{-1}, [&]() -> std::int64_t {
-    std::string name(kPathRoom, '\0');
-    message->GetFileName(name.data(), kPathRoom - 1);
+    std::array<char, kPathRoom> name{};
+    message->GetFileName(name.data(), name.size() - 1);
     if (commit) {
       // KEEP(close-ignores-the-commit): the bytes of the file are what the host gets, old or new.
       CommitMessage(message, nullptr, nullptr, nullptr);
@@ -108,7 +107,7 @@ std::int64_t MimePacker::CloseMessage(PartObject* message, char** outBuffer, boo
       delete AsPart(message);
     }
     // KEEP(close-takes-the-disk-file): what is handed out is removed, on disk too.
-    return outBuffer == nullptr ? 0 : FileTakeContents(name.c_str(), outBuffer);
+    return outBuffer == nullptr ? 0 : FileTakeContents(name.data(), outBuffer);
   });
 }
 
