@@ -36,8 +36,7 @@ std::size_t EncodedWordLength(std::string_view text);
 //   out         always terminated, and filled with zeros up to its end when no conversion failed;
 //               without room nothing is done
 //   charsetOut  receives the charset of the last word decoded, padded and, where it is too long,
-//   not
-//               terminated; empty: not asked for
+//               not terminated; empty: not asked for
 //   depth       words of this run that the caller has decoded already; 0 for a run of its own
 //   convert     whether words are turned from their charset into the process's encoding
 // Result: the bytes decoded from words; 0 when the text does not start with one and was copied as

@@ -19,8 +19,7 @@ namespace zevka {
 // Decodes one chunk; an escape or a soft line break may be split between chunks.
 //   lineEnd  how a soft line break ends
 //   input    empty: the end of the body. An escape left unfinished counts as one fault; the state
-//   is
-//            left as it is
+//            is left as it is
 //   output   as much room as the input is always enough; bytes beyond the room are faults and are
 //            dropped. It must not overlap the input
 // Result: the bytes written. Faults are added to state.base64.invalidTotal.

@@ -30,8 +30,7 @@ void ResetMemoryInUse() ZEVKA_EXCLUDES(layerMutex);
 // Gives a file's data another capacity and accounts for it; what is gained is zero.
 //   oldData      the present block of oldCapacity bytes, or null; reallocated, unless
 //   supplied     a malloc block of newCapacity bytes, or null, is to take its place: then oldData
-//   is
-//                left as it is, and the supplied bytes from oldCapacity on are set to zero
+//                is left as it is, and the supplied bytes from oldCapacity on are set to zero
 //   newCapacity  bytes; not 0 without a supplied block
 // Result: the new block; null with ENOMEM when the budget or the memory does not allow it, and
 // nothing is changed.

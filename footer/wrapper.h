@@ -20,8 +20,7 @@ bool NeedsWrapper(const PartState& message);
 std::string MakeBoundary();
 
 // Writes the skeleton of the wrapper, a whole message with one empty part, to the message's path
-// and
-// "_multipart". Result: that name; nothing, and no file, on failure.
+// and "_multipart". Result: that name; nothing, and no file, on failure.
 std::optional<std::string> MakeWrapperFile(const PartState& message);
 
 // Appends a child, which becomes the parent's.
