@@ -65,7 +65,8 @@ class StandardPacker {
   //         commit writes the message without them.
   // Result: the message; null when the file cannot be opened or read, and for a directory.
   // Owner: the message is the caller's until it is ended. While it is open, the names path_e,
-  // path_d, path_b, path_0, path_1 ..., path_footer and path_multipart are the library's. Traps:
+  // path_d, path_b, path_0, path_1 ..., path_footer and path_multipart, and names that begin with
+  // one of these and "_" or ".", are the library's. Traps:
   // disk files of such names are overwritten and removed; a path of more than 8 characters that
   // ends in "_footer" is removed itself when the message ends.
   // Errors: errno may tell why; nothing promises it.
@@ -77,7 +78,8 @@ class StandardPacker {
   //                   that is written; may be null
   //   passThrough     not used; null
   //   attachmentName  Trap: see WriteMessage in part.h; null
-  // Result: 0, or -1 when the message file could not be set aside. The message is ended either way.
+  // Result: 0; -1 when the message file could not be set aside, unless a footer was to go inline or
+  // into a wrapper, or when memory ran out. The message is ended either way.
   // Traps: 0 says that the message is whole, not that it was changed. When writing fails the old
   // message is put back; when the footer fails the message is written without it; when the result
   // cannot be brought to disk it stays a memory file under its name. The file on disk is a new one

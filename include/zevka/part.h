@@ -149,7 +149,8 @@ class MIMEPackObj : public SPackObj {
   virtual int GetName(char* buf) = 0;
 
   // Slot 14 [locked]. Makes the decoded body if need be, writes it to disk and gives its path.
-  //   buf  512 bytes, padded with NULs. Trap: filled also when writing to disk failed
+  //   buf  512 bytes, padded with NULs. Traps: filled also when writing to disk failed; a path of
+  //        512 characters or more is cut and not terminated
   // Result: 1; 0 when the body cannot be written to disk, and on a removed part.
   // Owner: the file is the library's and goes when the message ends.
   // Traps: the body leaves memory and lies on disk until then, and GetDecodedBodyBuffer gives null;
