@@ -288,6 +288,7 @@ TEST(CommitFailure, OfAPlainDiskFileKeepsTheOldMessage) {
     host.Files().removeMemoryFiles();
     PartObject* message = host->OpenMessage(path.c_str());
     ASSERT_NE(message, nullptr);
+    message->SetHeader("A", "1", 0);
     UnderALimit(50000, [&] { Commit(host, message); });
     EXPECT_EQ(DiskBytes(path), original);
     EXPECT_EQ(FilesIn(folder), Names{"m"});
