@@ -19,7 +19,9 @@
 // iteration keep their place for each thread by itself, so several threads may read one part. All
 // others take no lock. Loading, saving, removing and ending a part need a part that no other thread
 // uses. Trap: a thread that ends leaves its place behind, and a new thread may be given the same
-// identity; rewind first.
+// identity; rewind first. Trap: a longer field raises the sizes that NextHeader pads to, so no
+// thread sets a field between another's GetHeaderSizes and NextHeader, nor during its NextHeaderW,
+// which asks for the two one after the other.
 //
 // Sources: RFC 5322 (fields), RFC 2045 and 2046 (bodies, multiparts), RFC 2047 (encoded words in
 // names).
