@@ -92,7 +92,9 @@ std::optional<Wrapper> MakeWrapper(const PartState& message) {
   }
   Wrapper wrapper{LoadPart(*file), std::move(*file)};
   if (!wrapper.part) {
-    RenameFile(wrapper.file, *message.files.own);
+    // The message is saved as it is, over its own file: the skeleton must not stand there when that
+    // fails too.
+    RemoveFile(wrapper.file);
     return std::nullopt;
   }
   return wrapper;

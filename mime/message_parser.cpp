@@ -177,7 +177,11 @@ void MessageParser::CopySource() {
   RemoveUnlessKept file(std::move(name));
   OpenFile from(part_.files.encoded, "rb");
   OpenFile to(file.Name(), "wb");
-  if (!from || !to) {
+  if (!to) {
+    static_cast<void>(file.Keep());  // what stands there is somebody else's
+    return;
+  }
+  if (!from) {
     return;
   }
   std::string step(kSourceCopyStep, '\0');

@@ -152,9 +152,10 @@ std::string MultipartSplitter::ChildName() const {
 }
 
 MultipartSplitter::ChildEnd MultipartSplitter::SplitChild() {
-  const RemoveUnlessKept file(ChildName());
+  RemoveUnlessKept file(ChildName());
   OpenFile out(file.Name(), "wb");
   if (!out) {
+    static_cast<void>(file.Keep());  // what stands there is somebody else's
     return ChildEnd::kFailed;
   }
   const ChildEnd end = WriteChild(out);

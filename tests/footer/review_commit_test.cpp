@@ -125,6 +125,32 @@ TEST_F(CommitReview, LeavesAFileAloneThatItCannotOpen) {
   EXPECT_EQ(ReadDisk(Path("m_multipart")), "foreign");
 }
 
+// The files of a wrapper have longer names than those of its message: with a name of 244 characters
+// the skeleton is made and cannot be loaded. The message is then saved without its footer, and when
+// writing fails as well, the old one is there.
+TEST_F(CommitReview, KeepsTheMessageWhenItsWrapperDoesNotLoadAndWritingFailsToo) {
+  const std::string path = Path(std::string(244, 'n'));
+  bool faulted = true;
+  for (int n = 1; faulted && !HasFailure(); ++n) {
+    SCOPED_TRACE("write " + std::to_string(n));
+    WriteDisk(path, kHtml);
+    PartPtr part = NewPart();
+    part->State().writeThrough = true;
+    ASSERT_EQ(part->LoadFromFile(path.c_str()), 1);
+    part->SetFooterText("Scanned");
+    {
+      FaultTable faults;
+      faults.FailFrom(FileEntry::kWrite, n);
+      EXPECT_EQ(CommitMessage(std::move(part), {}), 0);
+      faulted = faults.Faults() > 0;
+    }
+    EXPECT_EQ(ReadDisk(path), kHtml);
+    EXPECT_FALSE(Exists(path + "_multipart"));
+    EXPECT_FALSE(Exists(path + "_footer"));
+    EXPECT_FALSE(Exists(path + "_b"));
+  }
+}
+
 // Lets the next opening of one file for reading fail.
 class FailReading {
  public:
