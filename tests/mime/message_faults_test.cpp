@@ -238,6 +238,33 @@ TEST_F(SaveFaults, PutTheOldMessageBackAfterAReadError) {
   }
 }
 
+TEST_F(MessageFaults, OfAnyReadEndTheLoadAndTheDecoding) {
+  for (const Sample& sample : Samples()) {
+    bool failed = true;
+    for (int n = 1; failed && n < 1000; ++n) {
+      SCOPED_TRACE(sample.name + ", read " + std::to_string(n));
+      Put(Path("m"), sample.text);
+      {
+        const HandleLedger ledger;
+        const ReadErrors errors(n);
+        part_ = NewPart();
+        loaded_ = part_->LoadFromFile(Path("m").c_str());
+        if (loaded_ == 1) {
+          DecodeAll(*part_);
+        }
+        failed = ReadErrors::Happened();
+        EXPECT_EQ(HandleLedger::OpenFiles(), std::vector<std::string>{});
+        EXPECT_EQ(HandleLedger::Breaches(), std::vector<std::string>{});
+      }
+      EXPECT_EQ(Get(Path("m")), sample.text);
+      part_.reset();
+      ExpectOnlyTheMessage(FileEntry::kRead);
+    }
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(loaded_, 1);
+  }
+}
+
 TEST_F(MessageFaults, OfTheFirstReadFailTheLoad) {
   for (const Sample& sample : Samples()) {
     Put(Path("m"), sample.text);

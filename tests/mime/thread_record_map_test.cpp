@@ -5,6 +5,7 @@
 #include <array>
 #include <barrier>
 #include <cstddef>
+#include <semaphore>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -32,15 +33,15 @@ ThreadRecordMapPtr NewMap(ReleaseRecord release = &Release) {
 template <typename Work>
 void InTurn(std::size_t threads, const Work& work) {
   std::barrier<> allDone(static_cast<std::ptrdiff_t>(threads));
+  std::binary_semaphore oneDone(0);
   std::vector<std::jthread> running;
   for (std::size_t i = 0; i < threads; ++i) {
-    std::barrier<> mine(2);
-    running.emplace_back([&work, &allDone, &mine, i] {
+    running.emplace_back([&, i] {
       work(i);
-      mine.arrive_and_wait();
+      oneDone.release();
       allDone.arrive_and_wait();
     });
-    mine.arrive_and_wait();
+    oneDone.acquire();
   }
 }
 

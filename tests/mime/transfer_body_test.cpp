@@ -153,6 +153,21 @@ TEST_F(TransferBodyTest, CountsTheFaultsOfTheSecondPassOnly) {
   EXPECT_EQ(Marks(), MarksFor(1));
 }
 
+// KEEP(second-line-end-stays): once found, the other style holds for the chunks that follow.
+TEST_F(TransferBodyTest, CountsTheFaultsOfEveryChunk) {
+  part_.kind.encoding = kQuotedPrintable;
+  part_.lineEnd.firstStyle = LineEndStyle::kLf;
+  part_.lineEnd.lastStyle = LineEndStyle::kCrLf;
+  Put(part_.files.encoded, Repeat(Repeat("a", 70) + "=\r\n", 100) + "b");
+  TransferBody(part_, nullptr, false, true);
+  EXPECT_EQ(Get(part_.files.decoded), Repeat("a", 7000) + "b");
+  EXPECT_EQ(Marks(), kNoMarks);
+  // A fault in the first chunk and one in the last, clean ones between.
+  EXPECT_EQ(Decode(kQuotedPrintable, "=ZZ"s + Repeat("a", 10000) + "=ZZ"),
+            "Z"s + Repeat("a", 10000) + "Z");
+  EXPECT_EQ(Marks(), MarksFor(2));
+}
+
 TEST_F(TransferBodyTest, BeginsEveryBodyWithAFreshDecoder) {
   part_.decoding.base64.phase = 2;
   part_.decoding.base64.invalidTotal = 5;
