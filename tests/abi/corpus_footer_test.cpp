@@ -32,7 +32,7 @@ class CorpusFooterTest : public testing::TestWithParam<Form> {
     startFolder_ = std::filesystem::current_path();
     std::filesystem::current_path(folder_.Path());
     samples_ = LoadSamples(GetParam());
-    std::cout << samples_.size() << " messages, form " << NameOf(GetParam()) << "\n";
+    std::cout << samples_.size() << " messages, form " << FormName(GetParam()) << "\n";
     ASSERT_FALSE(samples_.empty());
   }
   void TearDown() override {
@@ -191,7 +191,7 @@ void CorpusFooterTest::CheckMessage(Ledger& ledger, const Sample& sample, const 
 }
 
 void CorpusFooterTest::CheckAll(const char* title, const char* footer) {
-  Ledger ledger(std::string(title) + "_" + NameOf(GetParam()));
+  Ledger ledger(std::string(title) + "_" + FormName(GetParam()));
   for (const Sample& sample : samples_) {
     if (!sample.bytes.empty()) {
       ledger.Start(sample.path);
@@ -211,7 +211,7 @@ TEST_P(CorpusFooterTest, ANonAsciiFooterComesInAndNothingGoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, CorpusFooterTest, testing::ValuesIn(kAllForms),
-                         [](const auto& form) { return NameOf(form.param); });
+                         [](const auto& form) { return FormName(form.param); });
 
 }  // namespace
 }  // namespace zevka::test

@@ -15,7 +15,7 @@ std::filesystem::path Index() {
 
 }  // namespace
 
-const char* NameOf(Form form) {
+const char* FormName(Form form) {
   switch (form) {
     case Form::kAsStored:
       return "AsStored";
@@ -29,7 +29,7 @@ const char* NameOf(Form form) {
   return "";
 }
 
-std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
+std::string InLineEnds(std::string_view text, std::string_view lineEnd) {
   std::string out;
   out.reserve(text.size() + text.size() / 16);
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -48,11 +48,11 @@ std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
 std::string InForm(std::string_view text, Form form) {
   switch (form) {
     case Form::kLf:
-      return WithLineEnds(text, "\n");
+      return InLineEnds(text, "\n");
     case Form::kCrLf:
-      return WithLineEnds(text, "\r\n");
+      return InLineEnds(text, "\r\n");
     case Form::kCr:
-      return WithLineEnds(text, "\r");
+      return InLineEnds(text, "\r");
     case Form::kAsStored:
       break;
   }

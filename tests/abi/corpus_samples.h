@@ -17,10 +17,10 @@ enum class Form { kAsStored, kLf, kCrLf, kCr };
 
 inline constexpr Form kAllForms[] = {Form::kAsStored, Form::kLf, Form::kCrLf, Form::kCr};
 
-const char* NameOf(Form form);
+const char* FormName(Form form);
 
 // Every CR LF, lone CR and lone LF of the text becomes lineEnd.
-std::string WithLineEnds(std::string_view text, std::string_view lineEnd);
+std::string InLineEnds(std::string_view text, std::string_view lineEnd);
 
 // The text in that form.
 std::string InForm(std::string_view text, Form form);

@@ -40,7 +40,7 @@ class CorpusTest : public testing::TestWithParam<Form> {
     startFolder_ = std::filesystem::current_path();
     std::filesystem::current_path(folder_.Path());
     samples_ = LoadSamples(GetParam());
-    std::cout << samples_.size() << " messages, form " << NameOf(GetParam()) << "\n";
+    std::cout << samples_.size() << " messages, form " << FormName(GetParam()) << "\n";
     ASSERT_FALSE(samples_.empty());
   }
   void TearDown() override {
@@ -131,7 +131,7 @@ TEST_P(CorpusTest, MessagesOnDiskAreReadInFullAndLeaveTheFileAlone) {
 }
 
 TEST_P(CorpusTest, AnUntouchedCommitChangesNoMoreThanTheRulesSay) {
-  Ledger ledger(std::string("First_commit_") + NameOf(GetParam()));
+  Ledger ledger(std::string("First_commit_") + FormName(GetParam()));
   for (const Sample& sample : samples_) {
     if (sample.bytes.empty()) {
       continue;
@@ -156,7 +156,7 @@ TEST_P(CorpusTest, AnUntouchedCommitChangesNoMoreThanTheRulesSay) {
 }
 
 TEST_P(CorpusTest, ASecondCommitIsByteForByteTheFirstButForTheRules) {
-  Ledger ledger(std::string("Second_commit_") + NameOf(GetParam()));
+  Ledger ledger(std::string("Second_commit_") + FormName(GetParam()));
   for (const Sample& sample : samples_) {
     if (sample.bytes.empty()) {
       continue;
@@ -198,7 +198,7 @@ TEST_P(CorpusTest, ACommitOnDiskWritesTheSameBytesAndLeavesOneFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, CorpusTest, testing::ValuesIn(kAllForms),
-                         [](const auto& form) { return NameOf(form.param); });
+                         [](const auto& form) { return FormName(form.param); });
 
 }  // namespace
 }  // namespace zevka::test
