@@ -26,7 +26,8 @@ bool IsFieldName(const std::string& name) {
 bool IsFieldValue(const std::string& value) {
   return !Trim(value).empty() && IsUtf8(value) &&
          std::none_of(value.begin(), value.end(), [](char character) {
-           return (character >= 0 && character < ' ' && character != '\t') || character == '\x7F';
+           const auto byte = static_cast<unsigned char>(character);
+           return (byte < ' ' && byte != '\t') || byte == 0x7F;
          });
 }
 
