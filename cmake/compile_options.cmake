@@ -48,7 +48,9 @@ function(zevka_plugin_library name)
   foreach(folder IN LISTS ARGN)
     target_link_libraries(${name} PRIVATE zevka_${folder})
   endforeach()
-  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX LINK_DEPENDS "${map}")
+  # The soname counts breaks of the interface; hosts that load the library ask for it by that name.
+  set_target_properties(${name} PROPERTIES
+    LINKER_LANGUAGE CXX LINK_DEPENDS "${map}" VERSION "${PROJECT_VERSION}" SOVERSION 1)
   target_link_options(${name} PRIVATE
     "LINKER:--version-script=${map}" LINKER:-z,relro LINKER:-z,now LINKER:--as-needed
     # The A and W forms of an export call this library's own plain form, whatever else the process exports.
