@@ -1,14 +1,41 @@
 #include "host/cli/session.h"
 
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <new>
 #include <system_error>
 
+#include "host/kit/disk.h"
 #include "host/kit/text.h"
 
 namespace zevka::host {
+
+namespace {
+
+constexpr std::size_t kReadBytes = 65536;
+
+std::string ReadStandardInput() {
+  std::string bytes;
+  std::array<char, kReadBytes> block{};
+  for (;;) {
+    const ssize_t count = ::read(STDIN_FILENO, block.data(), block.size());
+    if (count == 0) {
+      return bytes;
+    }
+    if (count > 0) {
+      bytes.append(block.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      throw CommandFailure(kExitNoInput, ErrnoText(errno));
+    }
+  }
+}
+
+}  // namespace
 
 std::string Absolute(const std::string& path) {
   std::error_code failed;
@@ -16,51 +43,96 @@ std::string Absolute(const std::string& path) {
   return failed || path.empty() ? path : absolute.string();
 }
 
+InputFile NamedInput(const std::string& given) {
+  return {given, given == kStandardStream ? std::string() : Absolute(given)};
+}
+
+std::string ReadInput(const InputFile& file) {
+  if (file.IsStandardInput()) {
+    return ReadStandardInput();
+  }
+  try {
+    return ReadFile(file.absolute).bytes;
+  } catch (const Failure& failure) {
+    throw CommandFailure(kExitNoInput, failure.what());
+  }
+}
+
 void Print(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 void Session::Report(std::string_view subject, std::string_view reason, ExitStatus status) {
-  // What was said on standard output before stands before it.
-  std::fflush(stdout);
-  const std::string line = "zevka: " + Printable(subject) + ": " + Printable(reason) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
-  if (status_ == kExitDone || status_ == kExitSigned) {
-    status_ = status;
+  std::string line = "zevka: ";
+  line += Printable(subject);
+  line += ": ";
+  line += Printable(reason);
+  line += '\n';
+  {
+    const std::lock_guard guard(mutex_);
+    // What was said on standard output before stands before it.
+    std::fflush(stdout);
+    if (writeError) {
+      writeError(line);
+    } else {
+      std::fwrite(line.data(), 1, line.size(), stderr);
+    }
+  }
+  Note(status);
+}
+
+void Session::Note(ExitStatus status) {
+  const std::lock_guard guard(mutex_);
+  if (status_ == kExitDone || status_ == kExitNotAsAsked) {
+    status_ = status == kExitDone ? status_ : status;
+  }
+}
+
+ExitStatus Session::Status() const {
+  const std::lock_guard guard(mutex_);
+  return status_;
+}
+
+bool Session::Guarded(const std::string& subject, const std::function<void()>& work) {
+  try {
+    work();
+    return true;
+  } catch (const CommandFailure& failure) {
+    Report(subject, failure.what(), failure.Status());
+  } catch (const std::bad_alloc&) {
+    Report(subject, "does not fit into memory", kExitTryAgain);
+  } catch (const std::exception& failure) {
+    Report(subject, failure.what(), kExitBadData);
+  }
+  return false;
+}
+
+bool Session::WithPacker(const std::function<void(const Packer&)>& work) {
+  try {
+    const Library library = Library::Load(libraryPath);
+    // The folder goes after the packer, with what the library has left behind.
+    const ScratchFolder scratch;
+    const Packer packer(library);
+    return Guarded("command", [&] { work(packer); });
+  } catch (const Failure& failure) {
+    Report(libraryPath.empty() ? "libzevka.so" : libraryPath, failure.what(), kExitUnavailable);
+    return false;
   }
 }
 
 void Session::ForEach(const std::vector<std::string>& files,
-                      const std::function<void(Packer&, const InputFile&)>& work) {
+                      const std::function<void(const Packer&, const InputFile&)>& work) {
+  // Before the process moves to its scratch folder.
   std::vector<InputFile> inputs;
   inputs.reserve(files.size());
   for (const std::string& file : files) {
-    inputs.push_back({file, Absolute(file)});
+    inputs.push_back(NamedInput(file));
   }
-  try {
-    // The scratch folder goes last: what the library has left behind goes with it.
-    const Library library = Library::Load(libraryPath);
-    const ScratchFolder scratch;
-    Packer packer(library);
+  WithPacker([&](const Packer& packer) {
     for (const InputFile& input : inputs) {
-      try {
-        work(packer, input);
-      } catch (const SignedMessage& left) {
-        Report(input.given, left.what(), kExitSigned);
-      } catch (const std::bad_alloc&) {
-        Report(input.given, "does not fit into memory", kExitFailed);
-      } catch (const std::exception& failure) {
-        Report(input.given, failure.what(), kExitFailed);
-      }
+      Guarded(input.given, [&] { work(packer, input); });
     }
-  } catch (const Failure& failure) {
-    Report(libraryPath.empty() ? "libzevka.so" : libraryPath, failure.what(), kExitFailed);
-  }
-}
-
-void Session::ForFile(const std::string& file,
-                      const std::function<void(Packer&, const InputFile&)>& work) {
-  ForEach({file}, work);
+  });
 }
 
 }  // namespace zevka::host

@@ -1,65 +1,78 @@
-// What all subcommands share: the loaded library, the list of files, and how things are reported.
+// What all subcommands share: where the library is, how problems are reported and how the command
+// ends.
 //
-// Every problem is one line on standard error, "zevka: FILE: reason", and shows in the exit status:
-// 0 all done, 1 something could not be done, 2 wrong use, 3 nothing worse than a signed message
-// that was left as it was.
+// Every problem is one line on standard error, "zevka: FILE: reason". The exit status is that of
+// the first failure; kExitNotAsAsked gives way to any failure.
+//
+// Threads: Report and Note may be called by several threads at once; the rest by one.
 #ifndef ZEVKA_HOST_CLI_SESSION_H
 #define ZEVKA_HOST_CLI_SESSION_H
 
+#include <zevka/host.h>
+
 #include <functional>
-#include <optional>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/kit/disk.h"
-#include "host/loader.h"
+#include "host/cli/exit_status.h"
 
 namespace zevka::host {
 
-enum ExitStatus : int {
-  kExitDone = 0,
-  kExitFailed = 1,
-  kExitUsage = 2,
-  kExitSigned = 3,
-};
+// The word for standard input, and for standard output where a command writes.
+constexpr std::string_view kStandardStream = "-";
 
-// A message that stays as it was because it is signed.
-class SignedMessage : public Failure {
- public:
-  using Failure::Failure;
-};
-
-// A file as the user named it, and where it is.
+// A file as the user named it, and where it is, also after the process has moved to another folder.
 struct InputFile {
   std::string given;
-  std::string absolute;
+  std::string absolute;  // empty for standard input
+
+  bool IsStandardInput() const { return absolute.empty(); }
 };
+InputFile NamedInput(const std::string& given);
+
+// The bytes of a message file or of standard input. Throws CommandFailure.
+std::string ReadInput(const InputFile& file);
+
+// The path from the root.
+std::string Absolute(const std::string& path);
+
+// Text to standard output; a failure shows when the program ends.
+void Print(std::string_view text);
 
 class Session {
  public:
   // Where the library is, as the user gave it; empty for the usual places. Bound to an option.
   std::string libraryPath;
 
-  // Loads the library, moves into a scratch folder and calls `work` for each file. What `work`
-  // throws is reported for its file, and the next one follows.
+  // Loads the library and calls `work` with a packer, while the process works in a scratch folder.
+  // What the library lays down for messages from memory goes with that folder. What `work` throws
+  // is reported for the command as a whole; false then, and when there is no library.
+  bool WithPacker(const std::function<void(const Packer&)>& work);
+
+  // The same for each file in turn: what `work` throws is reported for its file, and the next one
+  // follows.
   void ForEach(const std::vector<std::string>& files,
-               const std::function<void(Packer&, const InputFile&)>& work);
-  void ForFile(const std::string& file, const std::function<void(Packer&, const InputFile&)>& work);
+               const std::function<void(const Packer&, const InputFile&)>& work);
+
+  // Runs `work`; what it throws becomes a line and a status for `subject`. False when it threw.
+  bool Guarded(const std::string& subject, const std::function<void()>& work);
 
   // One line on standard error; `subject` may be a file, a folder or a text.
   void Report(std::string_view subject, std::string_view reason, ExitStatus status);
-  ExitStatus Status() const { return status_; }
+  // The status only.
+  void Note(ExitStatus status);
+  ExitStatus Status() const;
+
+  // How a line gets to standard error; a progress bar puts itself in between. Called with the line,
+  // its line end included.
+  std::function<void(const std::string& line)> writeError;
 
  private:
+  mutable std::mutex mutex_;
   ExitStatus status_ = kExitDone;
 };
-
-// The path from the root, also after the process has moved to another folder.
-std::string Absolute(const std::string& path);
-
-// Text to standard output; a failure shows when the program ends.
-void Print(std::string_view text);
 
 }  // namespace zevka::host
 

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <zevka/host.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -10,42 +12,46 @@
 #include <filesystem>
 #include <system_error>
 
-#include "host/loader.h"
+#include "host/kit/descriptor.h"
 
 namespace zevka::host {
 
 namespace {
 
 constexpr std::size_t kReadBytes = 65536;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) {
-      ::close(number_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  explicit operator bool() const { return number_ >= 0; }
-  int Number() const { return number_; }
-  bool Close() {
-    const int number = number_;
-    number_ = -1;
-    return ::close(number) == 0;
-  }
-
- private:
-  int number_;
-};
+// A file's size is somebody's claim: more memory than this is taken only as the bytes come.
+constexpr std::size_t kMostReserved = 256U * 1024U * 1024U;
 
 // Where the system keeps temporary files.
 std::string TemporaryFiles() {
   std::error_code failed;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
   return failed ? "/tmp" : folder.string();
+}
+
+// An error that goes away by itself, so that the same call may do later.
+bool WillPass(int error) {
+  switch (error) {
+    case EAGAIN:
+    case EBUSY:
+    case EDQUOT:
+    case EMFILE:
+    case ENFILE:
+    case ENOLCK:
+    case ENOMEM:
+    case ENOSPC:
+    case ESTALE:
+    case ETXTBSY:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+std::string ErrnoText(int error) {
+  return std::generic_category().message(error);
 }
 
 bool WriteAll(int descriptor, std::string_view bytes) {
@@ -62,25 +68,23 @@ bool WriteAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
-}  // namespace
-
-std::string ErrnoText(int error) {
-  return std::generic_category().message(error);
-}
+DiskFailure::DiskFailure(DiskTrouble trouble, int error)
+    : DiskFailure(WillPass(error) ? DiskTrouble::kTryAgain : trouble, ErrnoText(error)) {}
 
 DiskFile ReadFile(const std::string& path) {
   // Without O_NONBLOCK a named pipe would keep us waiting for a writer.
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   DiskFile result;
   if (!file || ::fstat(file.Number(), &result.status) != 0) {
-    throw Failure(ErrnoText(errno));
+    throw DiskFailure(DiskTrouble::kCannotRead, errno);
   }
   if (S_ISDIR(result.status.st_mode)) {
-    throw Failure(ErrnoText(EISDIR));
+    throw DiskFailure(DiskTrouble::kCannotRead, EISDIR);
   }
   if (!S_ISREG(result.status.st_mode)) {
-    throw Failure("Not a regular file");
+    throw DiskFailure(DiskTrouble::kCannotRead, "Not a regular file");
   }
+  result.bytes.reserve(std::min(static_cast<std::size_t>(result.status.st_size), kMostReserved));
   std::array<char, kReadBytes> block{};
   for (;;) {
     const ssize_t count = ::read(file.Number(), block.data(), block.size());
@@ -90,7 +94,7 @@ DiskFile ReadFile(const std::string& path) {
     if (count > 0) {
       result.bytes.append(block.data(), static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      throw Failure(ErrnoText(errno));
+      throw DiskFailure(DiskTrouble::kCannotRead, errno);
     }
   }
 }
