@@ -55,3 +55,24 @@ foreach(name IN LISTS pkg_config_files)
   install(FILES "${PROJECT_BINARY_DIR}/install/${name}.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endforeach()
+
+# The manual page and the completions of the command.
+if(ZEVKA_BUILD_HOST)
+  find_program(ZEVKA_SCDOC scdoc DOC "Makes the manual page; without it there is none")
+  if(ZEVKA_SCDOC)
+    set(man_source "${PROJECT_SOURCE_DIR}/docs/man/zevka.1.scd")
+    add_custom_command(OUTPUT zevka.1
+      COMMAND "${ZEVKA_SCDOC}" < "${man_source}" > zevka.1
+      DEPENDS "${man_source}" WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
+    add_custom_target(zevka_man ALL DEPENDS zevka.1)
+    install(FILES "${PROJECT_BINARY_DIR}/zevka.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+      COMPONENT command)
+  endif()
+  set(completions "${PROJECT_SOURCE_DIR}/completions")
+  install(FILES "${completions}/zevka.bash" RENAME zevka COMPONENT command
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+  install(FILES "${completions}/_zevka" COMPONENT command
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
+  install(FILES "${completions}/zevka.fish" COMPONENT command
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+endif()
