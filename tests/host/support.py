@@ -19,7 +19,10 @@ ROOT = pathlib.Path(os.environ["ZEVKA_ROOT"])
 SAMPLES = ROOT / "examples" / "messages"
 
 NOBODY = 65534
-DONE, FAILED, USAGE, SIGNED = 0, 1, 2, 3
+# The exit statuses of the command.
+DONE, NOT_AS_ASKED = 0, 1
+USAGE, BAD_DATA, NO_INPUT, UNAVAILABLE = 64, 65, 66, 69
+CANNOT_CREATE, IO_ERROR, TRY_AGAIN = 73, 74, 75
 
 PLAIN = b"From: ada@example.org\nSubject: Hi\n\nHello.\n"
 SIGNED_MAIL = b"DKIM-Signature: v=1; d=example.org\nFrom: ada@example.org\nSubject: Hi\n\nHello.\n"
@@ -43,11 +46,12 @@ MIXED = (
 
 
 class Result:
-    """How a command ended: status, standard output and standard error as text."""
+    """How a command ended: status, standard output (also its bytes) and standard error as text."""
 
     def __init__(self, process):
         self.status = process.returncode
-        self.out = (process.stdout or b"").decode("utf-8", "surrogateescape")
+        self.out_bytes = process.stdout or b""
+        self.out = self.out_bytes.decode("utf-8", "surrogateescape")
         self.err = process.stderr.decode("utf-8", "surrogateescape")
 
 
@@ -75,10 +79,13 @@ class CommandTest(unittest.TestCase):
         return self.run_program("zevka", *arguments, **options)
 
     def run_program(self, name, *arguments, **options):
+        """`input` are the bytes on standard input; other options go to subprocess.run."""
         words = [os.fspath(BIN / name), *(os.fspath(word) for word in arguments)]
         options.setdefault("stdout", subprocess.PIPE)
-        return Result(subprocess.run(words, cwd=self.folder, stdin=subprocess.DEVNULL,
-                                     stderr=subprocess.PIPE, timeout=120, check=False, **options))
+        if "input" not in options:
+            options.setdefault("stdin", subprocess.DEVNULL)
+        return Result(subprocess.run(words, cwd=self.folder, stderr=subprocess.PIPE, timeout=120,
+                                     check=False, **options))
 
     def zevka_as_nobody(self, *arguments):
         """Runs a copy of the command without root's right to pass by file modes."""
@@ -94,7 +101,7 @@ class CommandTest(unittest.TestCase):
                                      capture_output=True, timeout=120, check=False,
                                      user=NOBODY, group=NOBODY, extra_groups=[]))
 
-    def assert_refused(self, result, file, reason, status=FAILED):
+    def assert_refused(self, result, file, reason, status=BAD_DATA):
         """One line on standard error that names file and reason, and nothing said to be done."""
         self.assertEqual(result.err, f"zevka: {file}: {reason}\n")
         self.assertEqual(result.status, status)
