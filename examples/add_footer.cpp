@@ -3,34 +3,22 @@
 //
 //   add_footer FOOTER < message > result
 
-#include <zevka/packer.h>
+#include <zevka/host.h>
 
 #include <cstdio>
+#include <iostream>
+#include <sstream>
 #include <string>
-
-#include "host/loader.h"
 
 namespace {
 
-std::string ReadAll(std::FILE* file) {
-  std::string bytes;
-  for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file)) {
-    bytes += static_cast<char>(byte);
-  }
-  return bytes;
-}
+using namespace zevka::host;
 
-std::string WithFooter(const std::string& bytes, const char* footer) {
-  const auto library = zevka::host::Library::Load("");
-  zevka::host::Packer packer(library);
-  zevka::host::Message message = packer.OpenBytes(bytes);
-  // SetFooterText refuses a signed message without a word. Asked before, the message is not even
-  // rewritten.
-  if (packer->QueryControl(zevka::kQuerySigned, &message.Part()) == 1) {
-    return bytes;
-  }
-  message->SetFooterText(footer);
-  return message.Finish();
+std::string WithFooter(const std::string& bytes, const std::string& footer) {
+  const Packer packer(Library::Load());
+  Message message = packer.OpenBytes(bytes);
+  // What takes no footer is not even written anew: the message is discarded.
+  return message.SetFooter(footer) ? message.Finish() : bytes;
 }
 
 }  // namespace
@@ -40,19 +28,19 @@ int main(int argumentCount, char** arguments) {
     std::fputs("usage: add_footer FOOTER < message > result\n", stderr);
     return 2;
   }
-  const std::string bytes = ReadAll(stdin);
-  std::string result;
+  std::ostringstream input;
+  input << std::cin.rdbuf();
+  const std::string bytes = input.str();
+  std::string result = bytes;
   int status = 0;
   try {
     result = WithFooter(bytes, arguments[1]);
-  } catch (const zevka::host::Failure& failure) {
+  } catch (const Failure& failure) {
     // Better the message without a footer than none.
     std::fprintf(stderr, "add_footer: %s\n", failure.what());
-    result = bytes;
     status = 1;
   }
-  if (std::fwrite(result.data(), 1, result.size(), stdout) != result.size() ||
-      std::fflush(stdout) != 0) {
+  if (!std::cout.write(result.data(), static_cast<std::streamsize>(result.size())).flush()) {
     std::fputs("add_footer: cannot write the result\n", stderr);
     return 1;
   }

@@ -1,6 +1,6 @@
-#include <cstdio>
+#include <zevka/host.h>
 
-#include "host/loader.h"
+#include <cstdio>
 
 int main(int argumentCount, char** arguments) {
   using namespace zevka::host;
@@ -9,11 +9,10 @@ int main(int argumentCount, char** arguments) {
     return 2;
   }
   try {
-    const Library library = Library::Load("");
-    Packer packer(library);
+    const Packer packer(Library::Load());
     Message message = packer.Open(arguments[1]);
-    message->SetHeader("X-Checked", "yes", 1);
-    message->SetFooterText(arguments[2]);
+    message.Root().SetField("X-Checked", "yes");
+    message.SetFooter(arguments[2]);
     message.Commit();
   } catch (const Failure& failure) {
     std::fprintf(stderr, "%s: %s\n", arguments[1], failure.what());

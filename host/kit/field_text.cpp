@@ -65,12 +65,12 @@ bool IsFieldValue(std::string_view value) {
          });
 }
 
-std::string MediaTypeOf(std::string_view value) {
+std::string MediaTypeInValue(std::string_view value) {
   std::string type = Token(value);
   return type.find('/') == std::string::npos ? "text/plain" : type;
 }
 
-std::string EncodingOf(std::string_view value) {
+std::string EncodingInValue(std::string_view value) {
   std::string encoding = Token(value);
   return encoding.empty() ? "7bit" : encoding;
 }

@@ -17,10 +17,10 @@ bool IsFieldValue(std::string_view value);
 
 // The media type in the value of a Content-Type field, in lower case; "text/plain" when there is
 // none.
-std::string MediaTypeOf(std::string_view value);
+std::string MediaTypeInValue(std::string_view value);
 
 // The transfer encoding in the value of its field, in lower case; "7bit" when there is none.
-std::string EncodingOf(std::string_view value);
+std::string EncodingInValue(std::string_view value);
 
 }  // namespace zevka::host
 

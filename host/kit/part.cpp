@@ -106,11 +106,11 @@ void Part::AddField(const std::string& name, const std::string& value) {
 }
 
 std::string Part::MediaType() const {
-  return MediaTypeOf(Field("content-type").value_or(""));
+  return MediaTypeInValue(Field("content-type").value_or(""));
 }
 
 std::string Part::Encoding() const {
-  return EncodingOf(Field("content-transfer-encoding").value_or(""));
+  return EncodingInValue(Field("content-transfer-encoding").value_or(""));
 }
 
 std::string Part::Name() const {
