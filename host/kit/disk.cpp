@@ -1,5 +1,6 @@
 #include "host/kit/disk.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 #include <zevka/host.h>
@@ -10,6 +11,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
 #include "host/kit/descriptor.h"
@@ -20,13 +22,21 @@ namespace {
 
 constexpr std::size_t kReadBytes = 65536;
 // A file's size is somebody's claim: more memory than this is taken only as the bytes come.
-constexpr std::size_t kMostReserved = 256U * 1024U * 1024U;
+constexpr std::size_t kMostReserved = std::size_t{256} << 20U;
 
 // Where the system keeps temporary files.
 std::string TemporaryFiles() {
   std::error_code failed;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
   return failed ? "/tmp" : folder.string();
+}
+
+std::string Reason(int error, std::string_view what) {
+  std::string reason(what);
+  if (!reason.empty()) {
+    reason += ": ";
+  }
+  return reason += ErrnoText(error);
 }
 
 // An error that goes away by itself, so that the same call may do later.
@@ -68,8 +78,34 @@ bool WriteAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
-DiskFailure::DiskFailure(DiskTrouble trouble, int error)
-    : DiskFailure(WillPass(error) ? DiskTrouble::kTryAgain : trouble, ErrnoText(error)) {}
+bool SyncFolder(int folder) {
+  const Descriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!readable) {
+    return errno == EACCES;
+  }
+  return ::fsync(readable.Number()) == 0 || errno == EINVAL;
+}
+
+void ForEachName(int folder, const std::function<void(const std::string&)>& use) {
+  Descriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!readable) {
+    return;
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> names(::fdopendir(readable.Number()), ::closedir);
+  if (names == nullptr) {
+    return;
+  }
+  readable.Release();
+  while (const dirent* entry = ::readdir(names.get())) {
+    const std::string name = static_cast<const char*>(entry->d_name);
+    if (name != "." && name != "..") {
+      use(name);
+    }
+  }
+}
+
+DiskFailure::DiskFailure(DiskTrouble trouble, int error, std::string_view what)
+    : DiskFailure(WillPass(error) ? DiskTrouble::kTryAgain : trouble, Reason(error, what)) {}
 
 DiskFile ReadFile(const std::string& path) {
   // Without O_NONBLOCK a named pipe would keep us waiting for a writer.
