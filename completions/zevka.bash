@@ -3,7 +3,8 @@
 _zevka() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local commands='show headers body extract check footer set-header remove-part'
-  local batch='--output --no-transport-guard --dump --dry-run --jobs --progress --json'
+  local batch='--output -o --dry-run -n --json --quiet -q --progress --jobs -j --all-files'
+  batch+=' --no-transport-guard --dump --max-bytes --max-parts'
   COMPREPLY=()
 
   # "=" is a word of its own here.
@@ -27,9 +28,9 @@ _zevka() {
       mapfile -t COMPREPLY < <(compgen -W 'auto always never json' -- "$word")
       return ;;
     --name | --marker)
-      mapfile -t COMPREPLY < <(compgen -W 'From To Cc Subject Date Message-ID X-Zevka-Footer' -- "$word")
+      mapfile -t COMPREPLY < <(compgen -W 'From To Cc Subject Date Message-ID X-Zevka-Footer X-Zevka-Removed' -- "$word")
       return ;;
-    --part | --text | --jobs)
+    --part | -p | --text | --subject-suffix | --jobs | -j | --max-bytes | --max-parts)
       return ;;
   esac
 
@@ -51,10 +52,10 @@ _zevka() {
     show | check) options='--json' ;;
     headers) options='--decode --name' ;;
     body) options='--part --decoded --raw' ;;
-    extract) options='--output -o' ;;
-    footer) options="--text --file --marker $batch" ;;
+    extract) options='--output -o --json' ;;
+    footer) options="--text --file --subject-suffix --marker $batch" ;;
     set-header) options="--add $batch" ;;
-    remove-part) options="--part $batch" ;;
+    remove-part) options="--part -p --marker --no-mark $batch" ;;
     *) return ;;
   esac
   if [[ $word == -* ]]; then

@@ -29,23 +29,32 @@ complete -c zevka -n '__fish_seen_subcommand_from body' -l raw -d 'As it stands 
 
 complete -c zevka -n '__fish_seen_subcommand_from extract' -s o -l output -x \
     -a '(__fish_complete_directories)' -d 'Folder for the files'
+complete -c zevka -n '__fish_seen_subcommand_from extract' -l json -d "Print the manifest's lines"
 
 complete -c zevka -n '__fish_seen_subcommand_from footer' -l text -x -d 'The footer'
 complete -c zevka -n '__fish_seen_subcommand_from footer' -l file -r -F -d 'Take the footer from a file'
+complete -c zevka -n '__fish_seen_subcommand_from footer' -l subject-suffix -x -d 'Append to the subject'
 complete -c zevka -n '__fish_seen_subcommand_from footer' -l marker -x -a X-Zevka-Footer \
     -d 'Field that marks a message with a footer'
 
 complete -c zevka -n '__fish_seen_subcommand_from set-header' -l add \
     -d 'Add a field, also when there is one'
 
-complete -c zevka -n '__fish_seen_subcommand_from remove-part' -l part -x -d 'Number of a part'
+complete -c zevka -n '__fish_seen_subcommand_from remove-part' -s p -l part -x -d 'Number of a part'
+complete -c zevka -n '__fish_seen_subcommand_from remove-part' -l marker -x -a X-Zevka-Removed \
+    -d 'Field that tells what was taken out'
+complete -c zevka -n '__fish_seen_subcommand_from remove-part' -l no-mark -d 'Add no such field'
 
-complete -c zevka -n $changing -l output -r -F -d 'Write there and leave the originals'
+complete -c zevka -n $changing -s o -l output -r -F -d 'Leave the files and write the messages there'
+complete -c zevka -n $changing -s n -l dry-run -d 'Write nothing, print what would change'
+complete -c zevka -n $changing -l json -d 'Print JSON Lines'
+complete -c zevka -n $changing -s q -l quiet -d 'Print failures only'
+complete -c zevka -n $changing -l progress -x -a 'auto always never json' -d 'Show how far the batch is'
+complete -c zevka -n $changing -s j -l jobs -x -d 'Messages at a time'
+complete -c zevka -n $changing -l all-files -d 'Take all files of a folder'
 complete -c zevka -n $changing -l no-transport-guard \
     -d 'Change messages with DKIM, DomainKey and ARC fields too'
 complete -c zevka -n $changing -l dump -x -a '(__fish_complete_directories)' \
     -d 'Write results that did not hold into this folder'
-complete -c zevka -n $changing -l dry-run -d 'Change nothing, print a unified diff'
-complete -c zevka -n $changing -l jobs -x -d 'Messages at a time'
-complete -c zevka -n $changing -l progress -x -a 'auto always never json' -d 'Show how far the batch is'
-complete -c zevka -n $changing -l json -d 'Print the summary as JSON'
+complete -c zevka -n $changing -l max-bytes -x -d 'Leave larger messages alone'
+complete -c zevka -n $changing -l max-parts -x -d 'Leave messages with more parts alone'
