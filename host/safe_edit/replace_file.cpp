@@ -183,8 +183,12 @@ void RenameOver(const Target& target, const Draft& draft, const OriginalFile& or
   }
 }
 
-// One attempt. Result: false when there is no file of the target's name any more.
+// One attempt. Result: false when the target's name does not lead to the file any more.
 bool PutInPlace(const Target& target, const Draft& draft, const OriginalFile& original) {
+  // What is known to be another file is not even exchanged for a moment: somebody might read it.
+  if (!LeadsTo(target.folder.Number(), target.name, original.status)) {
+    return false;
+  }
   if (::renameat2(draft.Folder(), draft.Name().c_str(), target.folder.Number(), target.name.c_str(),
                   RENAME_EXCHANGE) == 0) {
     KeepOrReturn(target, draft, original);
@@ -196,9 +200,6 @@ bool PutInPlace(const Target& target, const Draft& draft, const OriginalFile& or
     case EINVAL:
     case ENOSYS:
     case EOPNOTSUPP:
-      if (!LeadsTo(target.folder.Number(), target.name, original.status)) {
-        return false;
-      }
       RenameOver(target, draft, original);
       return true;
     default:

@@ -66,15 +66,18 @@ class ReplaceRaceTest(CommandTest):
 
     DELAY_US = 1_500_000
 
-    def run_with(self, scene, interfere, *expressions):
-        """Holds the command up just before the exchange, when its file has the name for that."""
+    def run_with(self, scene, interfere, *expressions, held="renameat2", number=1, hyphens=3):
+        """Holds the command up before a call, when its file has a name with so many hyphens.
+
+        By default that is the exchange, before which the file gets a name of its own.
+        """
         scene.prepare()
         traced = killing.Traced(scene.command())
-        words = traced.words(os.devnull, [f"inject=renameat2:delay_enter={self.DELAY_US}:when=1",
-                                          *expressions])
+        words = traced.words(os.devnull, [
+            f"inject={held}:delay_enter={self.DELAY_US}:when={number}", *expressions])
         with subprocess.Popen(words, env=killing.environment(), stdin=subprocess.DEVNULL,
                               stderr=subprocess.PIPE) as process:
-            while process.poll() is None and not any(path.name.count("-") == 3
+            while process.poll() is None and not any(path.name.count("-") == hyphens
                                                      for path in scene.files()):
                 time.sleep(0.001)
             interfere()
@@ -133,6 +136,21 @@ class ReplaceRaceTest(CommandTest):
             subprocess.run(append_line(other), check=True)
 
         status, error = self.run_with(scene, interfere)
+        self.assertEqual((status, error), (0, ""))
+        self.assertEqual(scene.message.read_bytes(), NEW)
+        self.assertEqual(sorted(scene.files()), [scene.message, other])
+
+    def test_a_file_that_was_not_locked_yet_may_go(self):
+        scene = self.scene()
+        other = self.folder / "other"
+
+        def interfere():
+            other.write_bytes(OLD)
+            subprocess.run(append_line(other), check=True)
+            self.assertEqual(sorted(scene.files()), [scene.message, other])
+
+        # The first lock is that of the message.
+        status, error = self.run_with(scene, interfere, held="flock", number=2, hyphens=1)
         self.assertEqual((status, error), (0, ""))
         self.assertEqual(scene.message.read_bytes(), NEW)
         self.assertEqual(sorted(scene.files()), [scene.message, other])
