@@ -104,6 +104,9 @@ struct EditOptions {
   // in the message and break.
   bool guardTransportSignatures = true;
   std::string markerField = "X-Zevka-Footer";  // letters, digits and '-'
+  // SafeEditFile only: removes what interrupted runs left in the file's folder. A host that works
+  // through a folder may do so with its first file and spare the others.
+  bool removeLeftovers = true;
 };
 
 struct EditResult {
@@ -114,7 +117,7 @@ struct EditResult {
 };
 
 // Changes a message as wished, or tells why not.
-EditResult SafeEdit(Packer& packer, std::string_view message, const Wishes& wishes,
+EditResult SafeEdit(const Packer& packer, std::string_view message, const Wishes& wishes,
                     const EditOptions& options = {});
 
 // What the guard and the limits say of a message, without changing it; empty: it may be changed.
@@ -131,7 +134,7 @@ std::string FooterDigest(std::string_view footer);
 //   path  a regular file or a link to one; hard links to it keep the old message
 // Throws Failure when the file cannot be read or replaced; it is then as it was. result.bytes is
 // empty: the message is in the file.
-EditResult SafeEditFile(Packer& packer, const std::string& path, const Wishes& wishes,
+EditResult SafeEditFile(const Packer& packer, const std::string& path, const Wishes& wishes,
                         const EditOptions& options = {});
 
 }  // namespace zevka::host

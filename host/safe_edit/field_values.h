@@ -1,0 +1,16 @@
+// How values of header fields are compared.
+//
+// Source: RFC 5322 2.2.3 (folding adds line ends in front of blanks and nothing else).
+#ifndef ZEVKA_HOST_SAFE_EDIT_FIELD_VALUES_H
+#define ZEVKA_HOST_SAFE_EDIT_FIELD_VALUES_H
+
+#include <string_view>
+
+namespace zevka::host {
+
+// Whether two values are the same once unfolded, blanks at both ends aside.
+bool SameValue(std::string_view left, std::string_view right);
+
+}  // namespace zevka::host
+
+#endif  // ZEVKA_HOST_SAFE_EDIT_FIELD_VALUES_H

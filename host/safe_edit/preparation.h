@@ -1,0 +1,49 @@
+// Gets a message ready for the library, where the library would not do what is wanted, and takes
+// the signs of that off its result again:
+//
+//  - The first line of an mbox entry ("From ...") is no field, and the library would take it for
+//  the
+//    body's first line. It stays outside.
+//  - A part without any field begins with an empty line, which the library does not write: the body
+//    would become its fields. Such parts get a field for the time being.
+//  - The library takes neither a footer nor a change below a DKIM or DomainKey field. For a host
+//  that
+//    signs afterwards these fields go by other names of the same length.
+//
+// Threads and errors: as outline.h.
+#ifndef ZEVKA_HOST_SAFE_EDIT_PREPARATION_H
+#define ZEVKA_HOST_SAFE_EDIT_PREPARATION_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "host/safe_edit/outline.h"
+
+namespace zevka::host {
+
+// The length of the mbox line that the text begins with, its line end included; 0 without one.
+std::size_t MboxLineBytes(std::string_view text);
+
+class Preparation {
+ public:
+  // Looks what a message needs.
+  explicit Preparation(const Outline& message);
+
+  bool IsNeeded() const { return hasSignatures_ || hasEmptyParts_; }
+  // The message as the library is to have it.
+  //   text  what the outline was read from
+  std::string Prepared(const Outline& message, std::string_view text) const;
+  // The library's result without the signs of the preparation.
+  std::string Restored(std::string result, const OutlineLimits& limits) const;
+
+ private:
+  bool hasSignatures_ = false;
+  bool hasEmptyParts_ = false;
+  char letter_ = 0;          // in place of the D that the names of signatures begin with; capital
+  std::string placeholder_;  // name of the field for parts without any
+};
+
+}  // namespace zevka::host
+
+#endif  // ZEVKA_HOST_SAFE_EDIT_PREPARATION_H
