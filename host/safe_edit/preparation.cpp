@@ -20,6 +20,7 @@ constexpr char kOwnLetter = 'D';
 constexpr char kToLower = 'a' - 'A';
 constexpr std::string_view kPlaceholder = "X-Zevka-No-Fields";
 constexpr std::string_view kMboxBeginning = "From ";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // Whether the field is called as a signature is, but for its first letter.
 bool HasNameWithLetter(const OutlineField& field, char letter) {
@@ -66,15 +67,14 @@ std::vector<const OutlinePart*> PartsWithoutFields(const Outline& outline) {
 
 }  // namespace
 
-std::size_t MboxLineBytes(std::string_view text) {
-  if (!text.starts_with(kMboxBeginning)) {
-    return 0;
+std::size_t BytesInFront(std::string_view text) {
+  const std::size_t mark = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+  const std::string_view rest = text.substr(mark);
+  const std::size_t end = rest.find_first_of("\r\n");
+  if (!rest.starts_with(kMboxBeginning) || end == std::string_view::npos) {
+    return mark;
   }
-  const std::size_t end = text.find_first_of("\r\n");
-  if (end == std::string_view::npos) {
-    return 0;
-  }
-  return end + (text.substr(end).starts_with("\r\n") ? 2 : 1);
+  return mark + end + (rest.substr(end).starts_with("\r\n") ? 2 : 1);
 }
 
 Preparation::Preparation(const Outline& message)

@@ -22,8 +22,9 @@
 
 namespace zevka::host {
 
-// The length of the mbox line that the text begins with, its line end included; 0 without one.
-std::size_t MboxLineBytes(std::string_view text);
+// How much of the text stands in front of the message: a byte order mark, an mbox line with its
+// line end; 0 without any.
+std::size_t BytesInFront(std::string_view text);
 
 class Preparation {
  public:

@@ -204,12 +204,12 @@ EditResult SafeEdit(const Packer& packer, std::string_view message, const Wishes
                     const EditOptions& options) {
   Unchanged unchanged;
   EditResult result;
-  const std::size_t mboxLine = MboxLineBytes(message);
+  const std::size_t inFront = BytesInFront(message);
   if (std::optional<std::string> changed =
-          Edit(packer, message.substr(mboxLine), wishes, options).Run(&unchanged)) {
+          Edit(packer, message.substr(inFront), wishes, options).Run(&unchanged)) {
     result.changed = true;
     result.bytes = *std::move(changed);
-    result.bytes.insert(0, message.substr(0, mboxLine));
+    result.bytes.insert(0, message.substr(0, inFront));
   } else {
     result.bytes = message;
     result.reasons = std::move(unchanged.reasons);

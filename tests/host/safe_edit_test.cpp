@@ -374,6 +374,32 @@ TEST_F(SafeEdits, OtherGuardsCannotBeSwitchedOff) {
   ExpectUnchanged(Footer(message, options), message, Reason::kSmimeEncrypted);
 }
 
+// --- what the library would misread ---
+
+TEST_F(SafeEdits, WhatStandsInFrontOfTheMessageStaysThere) {
+  const std::string mark = "\xEF\xBB\xBF";
+  const std::string line = "From ada@example.org Mon Mar  3 09:15:00 2025\n";
+  for (const std::string& front : {mark, line, mark + line}) {
+    const EditResult result = Field(front + std::string(kPlain), "X-A", "1");
+    EXPECT_EQ(result.bytes, front + "From: ada@example.org\nSubject: Hi\nX-A: 1\n\nHello.\n");
+  }
+  ExpectUnchanged(Field(line + "\n", "X-A", "1"), line + "\n", Reason::kVerifyFailed);
+}
+
+TEST_F(SafeEdits, PartsWithoutFieldsKeepTheirText) {
+  const std::string message =
+      "Content-Type: multipart/mixed; boundary=b\n\n--b\n\nNote: this is text\n--b\n"
+      "Content-Type: multipart/digest; boundary=d\n\n--d\n\nSubject: one\n\nHi\n--d--\n--b--\n";
+  std::string expected = message;
+  expected.insert(expected.find("\n\n--b") + 1, "X-A: 1\n");
+  EXPECT_EQ(Field(message, "X-A", "1").bytes, expected);
+}
+
+TEST_F(SafeEdits, MultipartWithoutDelimitersGetsNone) {
+  const std::string message = "Content-Type: multipart/mixed\n\nHello.\n";
+  EXPECT_EQ(Field(message, "X-A", "1").bytes, "Content-Type: multipart/mixed\nX-A: 1\n\nHello.\n");
+}
+
 // --- the result is looked at again ---
 
 TEST_F(SafeEdits, MessageThatTheLibraryWouldCutComesBackAsItWas) {
