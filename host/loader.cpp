@@ -99,6 +99,9 @@ Library Library::Load(const std::string& path) {
 }
 
 void* Library::Export(const char* name) const {
+  if (handle_ == nullptr) {
+    throw Failure("the library was moved from");  // the dynamic loader would look everywhere
+  }
   void* symbol = ::dlsym(handle_.get(), name);
   if (symbol == nullptr) {
     std::string text = "not the expected library: ";
@@ -109,12 +112,19 @@ void* Library::Export(const char* name) const {
 
 Packer::Packer(const Library& library) : service_(std::make_shared<const Service>(library)) {}
 
+const Packer::Service& Packer::Live() const {
+  if (service_ == nullptr) {
+    throw Failure("the packer was moved from");
+  }
+  return *service_;
+}
+
 CStandardPacker& Packer::Raw() const {
-  return *service_->packer;
+  return *Live().packer;
 }
 
 host::Files Packer::Files() const {
-  return host::Files(service_->table);
+  return {Live().table, service_};
 }
 
 }  // namespace zevka::host

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <zevka/host.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "host/kit/message_state.h"
@@ -10,160 +11,198 @@ namespace zevka::host {
 
 namespace {
 
-constexpr std::size_t kPathRoom = 4096;
+constexpr std::size_t kOwnNameRoom = 256;
 
-bool NamesFile(const std::string& text) {
+// Whether the text is the name of a file, in memory or on disk, links that lead nowhere included.
+bool NamesFile(const Files& files, const std::string& text) {
   struct stat status {};
-  return ::lstat(text.c_str(), &status) == 0;
+  return files.Exists(text) || ::lstat(text.c_str(), &status) == 0;
 }
 
 // The text as the library may have it. It removes a file of that name when the message ends, so a
 // text that names a file gets a line end, which adds nothing to a footer.
-std::string HarmlessFooter(const std::string& text) {
-  if (!NamesFile(text)) {
+std::string HarmlessFooter(const Files& files, const std::string& text) {
+  if (!NamesFile(files, text)) {
     return text;
   }
   std::string ended = text;
   ended += '\n';
-  if (NamesFile(ended)) {
+  if (NamesFile(files, ended)) {
     throw Failure("the footer text is the name of a file");
   }
   return ended;
 }
 
-const char* OrNull(const std::string& text) {
-  return text.empty() ? nullptr : text.c_str();
+// The suffix goes into the header block as it is.
+void NeedWritableSuffix(const std::string& suffix) {
+  if (!std::all_of(suffix.begin(), suffix.end(),
+                   [](char character) { return character >= ' ' && character <= '~'; })) {
+    throw Failure("the suffix of the subject is no line of ASCII");
+  }
 }
+
+// Children refuses what the library would write wrongly.
+void NeedWritableTree(const Part& part) {
+  for (const Part& child : part.Children()) {
+    NeedWritableTree(child);
+  }
+}
+
+// The library refuses a footer for these, and looks at the fields as they stand.
+bool MarksSigned(const HeaderField& field) {
+  const std::string name = Lower(field.name);
+  if (name != "content-type") {
+    return name == "dkim-signature" || name == "domainkey-signature";
+  }
+  const std::string value = Lower(field.value);
+  return value.find("application/x-pkcs7-mime") != std::string::npos ||
+         value.find("application/x-pkcs7-signature") != std::string::npos;
+}
+
+// Removes the name of a message that has ended.
+class NameRemover {
+ public:
+  NameRemover(const Files& files, const std::string& name) : files_(files), name_(name) {}
+  ~NameRemover() { files_.Remove(name_); }
+  NameRemover(const NameRemover&) = delete;
+  NameRemover& operator=(const NameRemover&) = delete;
+
+ private:
+  const Files& files_;
+  const std::string& name_;
+};
 
 }  // namespace
 
-Message Packer::Open(const std::string& path) const {
-  PartObject* part = Raw().OpenMessage(path.c_str());
-  if (part == nullptr) {
-    throw Failure("cannot be opened as a message");
-  }
-  return {*this, part, false};
-}
-
-Message Packer::OpenBytes(std::string_view bytes) const {
+void Part::MessageState::Open(std::string_view bytes) {
   if (bytes.empty()) {
     throw Failure("is empty");
   }
+  ownName.resize(kOwnNameRoom);  // what needs memory comes before the message
   // With copy set the library only reads them.
   void* data = const_cast<char*>(bytes.data());
-  PartObject* part =
-      Raw().OpenMessageFromMemory(data, static_cast<std::int64_t>(bytes.size()), true);
-  if (part == nullptr) {
+  root = packer.Raw().OpenMessageFromMemory(data, static_cast<std::int64_t>(bytes.size()), true);
+  if (root == nullptr) {
     throw Failure("cannot be opened as a message");
   }
-  return {*this, part, true};
+  // Asked now: the part cannot tell any more once it has ended.
+  root->GetFileName(ownName.data(), kOwnNameRoom - 1);
+  ownName.resize(ownName.find('\0'));
 }
 
-Message::Message(Packer packer, PartObject* part, bool isInMemory) {
-  state_ = std::make_unique<Part::MessageState>(
-      Part::MessageState{std::move(packer), part, std::string(), {}});
-  if (isInMemory) {
-    // Asked now: the part cannot tell any more once it has ended.
-    std::string& name = state_->memoryName;
-    name.resize(kPathRoom);
-    part->GetFileName(name.data(), kPathRoom - 1);
-    name.resize(name.find('\0'));
+PartObject* Part::MessageState::Release() {
+  NeedOpen();
+  return std::exchange(root, nullptr);
+}
+
+void Part::MessageState::Discard() noexcept {
+  if (root != nullptr) {
+    packer.Raw().ReleaseControl(kDiscardMessage, std::exchange(root, nullptr));
+    packer.Files().Remove(ownName);
   }
 }
 
-Message::Message(Message&& other) noexcept = default;
+void Part::MessageState::NeedOpen() const {
+  if (root == nullptr) {
+    throw Failure("the message has ended");
+  }
+}
+
+Message Packer::Open(const std::string& path) const {
+  auto state = std::make_shared<Part::MessageState>(*this);
+  std::string bytes;
+  state->file = ReadMessageFile(path, &bytes);
+  state->Open(bytes);
+  return Message(std::move(state));
+}
+
+Message Packer::OpenBytes(std::string_view bytes) const {
+  auto state = std::make_shared<Part::MessageState>(*this);
+  state->Open(bytes);
+  return Message(std::move(state));
+}
+
+Message::Message(std::shared_ptr<Part::MessageState> state) : state_(std::move(state)) {}
 
 Message::~Message() {
-  if (state_ != nullptr) {
-    Discard();
+  Discard();
+}
+
+Part::MessageState& Message::Live() const {
+  if (state_ == nullptr) {
+    throw Failure("the message was moved from");
   }
+  state_->NeedOpen();
+  return *state_;
 }
 
 Part Message::Root() const {
-  return {*state_, state_->root};
+  PartObject* const root = Live().root;
+  return {state_, root};
 }
 
 bool Message::IsSigned() const {
-  return state_->packer.Raw().QueryControl(kQuerySigned, state_->root) == 1;
+  Part::MessageState& state = Live();
+  if (state.packer.Raw().QueryControl(kQuerySigned, state.root) == 1) {
+    return true;
+  }
+  const std::vector<HeaderField> fields = Root().Fields();
+  return std::any_of(fields.begin(), fields.end(), MarksSigned);
 }
 
 std::string Message::LineEnd() const {
   std::string lineEnd(3, '\0');
-  state_->root->NextHeader(nullptr, lineEnd.data());
+  Live().root->NextHeader(nullptr, lineEnd.data());
   return lineEnd.substr(0, lineEnd.find('\0'));
 }
 
 bool Message::SetFooter(const std::string& text) {
-  if (text.find('\0') != std::string::npos) {
-    throw Failure("the footer text holds a NUL");
+  Part::MessageState& state = Live();
+  if (text.empty() || !IsUtf8(text) || text.find('\0') != std::string::npos) {
+    throw Failure("the footer text is empty or no text in UTF-8");
   }
-  // The older S/MIME types are refused by the library without being counted as signed.
-  if (IsSigned() || Root().MediaType().starts_with("application/x-pkcs7-")) {
+  if (IsSigned()) {
     return false;
   }
-  state_->root->SetFooterText(HarmlessFooter(text).c_str());
+  state.root->SetFooterText(HarmlessFooter(state.packer.Files(), text).c_str());
   return true;
 }
 
-PartObject* Message::Release() {
-  return std::exchange(state_->root, nullptr);
-}
-
 void Message::Commit(const std::string& subjectSuffix) {
-  if (!state_->memoryName.empty()) {
-    throw Failure("a message in memory is finished by taking its bytes");
+  Part::MessageState& state = Live();
+  if (!state.file) {
+    throw Failure("a message that was opened from bytes has no file");
   }
-  if (!CommitWith(subjectSuffix)) {
-    throw Failure("the message could not be set aside for writing");
-  }
-}
-
-bool Message::CommitWith(const std::string& subjectSuffix) {
-  return state_->packer.Raw().CommitMessage(Release(), OrNull(subjectSuffix), nullptr, nullptr) ==
-         0;
-}
-
-// The finished message; its name in memory goes.
-std::string Message::TakeMemoryFile() {
-  const Files files = state_->packer.Files();
-  try {
-    std::string bytes = files.Read(state_->memoryName);
-    files.Remove(state_->memoryName);
-    return bytes;
-  } catch (...) {
-    files.Remove(state_->memoryName);
-    throw;
-  }
+  ReplaceMessageFile(*state.file, Finish(subjectSuffix));
 }
 
 std::string Message::Finish(const std::string& subjectSuffix) {
-  if (state_->memoryName.empty()) {
-    throw Failure("a message on disk is finished by committing it");
-  }
+  Part::MessageState& state = Live();
+  NeedWritableSuffix(subjectSuffix);
+  NeedWritableTree(Root());
+  const Files files = state.packer.Files();
+  const NameRemover remover(files, state.ownName);
+  CStandardPacker& packer = state.packer.Raw();
   if (!subjectSuffix.empty()) {
     // Handing the bytes out takes no suffix, so the message is committed, in memory, and read.
-    CommitWith(subjectSuffix);
-    return TakeMemoryFile();
+    if (packer.CommitMessage(state.Release(), subjectSuffix.c_str(), nullptr, nullptr) != 0) {
+      throw Failure("the message could not be written");
+    }
+    return files.Read(state.ownName);
   }
-  CStandardPacker& packer = state_->packer.Raw();
   char* bytes = nullptr;
-  const std::int64_t length = packer.CloseMessage(Release(), &bytes, true);
+  const std::int64_t length = packer.CloseMessage(state.Release(), &bytes, true);
   const auto free = [&packer](char* buffer) { packer.ReleaseControl(kReleaseBuffer, buffer); };
   const std::unique_ptr<char, decltype(free)> owner(bytes, free);
   if (length < 0) {
-    state_->packer.Files().Remove(state_->memoryName);
     throw Failure("the finished message could not be had");
   }
   return length == 0 ? std::string() : std::string(bytes, static_cast<std::size_t>(length));
 }
 
 void Message::Discard() {
-  if (state_->root == nullptr) {
-    return;
-  }
-  state_->packer.Raw().ReleaseControl(kDiscardMessage, Release());
-  if (!state_->memoryName.empty()) {
-    state_->packer.Files().Remove(state_->memoryName);
+  if (state_ != nullptr) {
+    state_->Discard();
   }
 }
 
