@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "host/kit/disk.h"
+#include "host/kit/scratch_folder.h"
 #include "host/kit/text.h"
 
 namespace zevka::host {
@@ -68,17 +69,26 @@ void Session::Report(std::string_view subject, std::string_view reason, ExitStat
   line += ": ";
   line += Printable(reason);
   line += '\n';
-  {
-    const std::lock_guard guard(mutex_);
-    // What was said on standard output before stands before it.
-    std::fflush(stdout);
-    if (writeError) {
-      writeError(line);
-    } else {
-      std::fwrite(line.data(), 1, line.size(), stderr);
-    }
-  }
+  WriteError(line);
   Note(status);
+}
+
+void Session::Say(std::string_view text) {
+  std::string line = "zevka: ";
+  line += Printable(text);
+  line += '\n';
+  WriteError(line);
+}
+
+void Session::WriteError(const std::string& line) {
+  const std::lock_guard guard(mutex_);
+  // What was said on standard output before stands before it.
+  std::fflush(stdout);
+  if (writeError) {
+    writeError(line);
+  } else {
+    std::fwrite(line.data(), 1, line.size(), stderr);
+  }
 }
 
 void Session::Note(ExitStatus status) {

@@ -4,7 +4,7 @@
 // Every problem is one line on standard error, "zevka: FILE: reason". The exit status is that of
 // the first failure; kExitNotAsAsked gives way to any failure.
 //
-// Threads: Report and Note may be called by several threads at once; the rest by one.
+// Threads: Report, Say and Note may be called by several threads at once; the rest by one.
 #ifndef ZEVKA_HOST_CLI_SESSION_H
 #define ZEVKA_HOST_CLI_SESSION_H
 
@@ -61,6 +61,8 @@ class Session {
 
   // One line on standard error; `subject` may be a file, a folder or a text.
   void Report(std::string_view subject, std::string_view reason, ExitStatus status);
+  // One line on standard error that is no failure.
+  void Say(std::string_view text);
   // The status only.
   void Note(ExitStatus status);
   ExitStatus Status() const;
@@ -70,6 +72,8 @@ class Session {
   std::function<void(const std::string& line)> writeError;
 
  private:
+  void WriteError(const std::string& line);
+
   mutable std::mutex mutex_;
   ExitStatus status_ = kExitDone;
 };

@@ -24,13 +24,6 @@ constexpr std::size_t kReadBytes = 65536;
 // A file's size is somebody's claim: more memory than this is taken only as the bytes come.
 constexpr std::size_t kMostReserved = std::size_t{256} << 20U;
 
-// Where the system keeps temporary files.
-std::string TemporaryFiles() {
-  std::error_code failed;
-  const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
-  return failed ? "/tmp" : folder.string();
-}
-
 std::string Reason(int error, std::string_view what) {
   std::string reason(what);
   if (!reason.empty()) {
@@ -159,30 +152,6 @@ void MakeFolders(const std::string& path) {
   }
   if (failed) {
     throw Failure("cannot make the folder " + path + ": " + failed.message());
-  }
-}
-
-TemporaryFolder::TemporaryFolder(const std::string& parent) : path_(parent + "/.zevka-XXXXXX") {
-  if (::mkdtemp(path_.data()) == nullptr) {
-    throw Failure("cannot make a working folder in " + parent + ": " + ErrnoText(errno));
-  }
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-ScratchFolder::ScratchFolder() : folder_(TemporaryFiles()) {
-  if (::chdir(folder_.Path().c_str()) != 0) {
-    throw Failure("cannot work in " + folder_.Path() + ": " + ErrnoText(errno));
-  }
-}
-
-ScratchFolder::~ScratchFolder() {
-  // Out of it before it goes. The root is always there; nobody asks for a relative path afterwards.
-  if (::chdir("/") != 0) {
-    return;
   }
 }
 

@@ -71,35 +71,6 @@ void ForEachName(int folder, const std::function<void(const std::string&)>& use)
 // Makes a folder and those above it; a folder that exists is fine.
 void MakeFolders(const std::string& path);
 
-// A new folder, only for this user, removed with all that is in it.
-class TemporaryFolder {
- public:
-  // Makes parent/.zevka-XXXXXX.
-  explicit TemporaryFolder(const std::string& parent);
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
-// Has the process work inside a new folder among the system's temporary files for a while. Messages
-// that are opened from memory have names without a folder, and their embedded messages, or what
-// does not fit into memory, come to lie on disk under such names.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-
- private:
-  TemporaryFolder folder_;
-};
-
 }  // namespace zevka::host
 
 #endif  // ZEVKA_HOST_KIT_DISK_H

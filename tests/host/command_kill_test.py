@@ -50,7 +50,9 @@ class CommandKillTest(CommandTest):
         if refusal:
             print(f"NO KILLS WERE TRIED: {refusal}", flush=True)
             self.skipTest(refusal)
-        kills = killing.kill_at_every_call(self.scene(name, old, new))
+        scene = self.scene(name, old, new)
+        kills = killing.kill_at_every_call(scene)
+        self.assertEqual(self.names(self.folder / "scratch"), [], "the last run clears away for all")
         print(f"{self.id()}: {kills} kills survived", flush=True)
 
     def test_at_every_call(self):
