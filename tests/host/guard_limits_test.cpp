@@ -100,6 +100,20 @@ TEST(EditLimits, DoNotHideTheGuard) {
   EXPECT_EQ(notes[1].reason, Reason::kDkim);
 }
 
+TEST(EditLimits, AreNotNeededForValuesThatAreHardToRead) {
+  // Each quote could be the begin of a string that is never closed, each bracket that of a comment.
+  for (const std::string piece : {"\\\"", "\"\\", "(", "(\\", "=?", "a=(b;", "a=b "}) {
+    std::string text = "Content-Type: a/b; x=\"";
+    for (int i = 0; i < 100000; ++i) {
+      text += piece;
+    }
+    text += "\nContent-Type: application/pkcs7-mime\n\nx";
+    EditOptions options;
+    options.limits.mostHeaderLineBytes = text.size();
+    EXPECT_EQ(FirstReason(text, options), "smime-encrypted") << piece;
+  }
+}
+
 TEST(Reasons, HaveNamesOfTheirOwn) {
   std::set<std::string_view> names;
   std::size_t guarded = 0;

@@ -365,6 +365,7 @@ TEST(Guard, ReadsFaultyMessagesBothWays) {
   const std::vector<GuardCase> cases = {
       {"A: 1\nno field\nDKIM-Signature: v=1\n\nbody", "dkim@1"},
       {"A: 1\nno field\nContent-Type: application/pkcs7-mime\n\nbody", "smime-encrypted@1"},
+      {"Content-Type: text/html\nno field\nDKIM-Signature: v=1\n\nbody", "dkim@1"},
       {"A: 1\nno field\n\n-----BEGIN PGP MESSAGE-----\n", "pgp-inline@1"},
       {"no field\n-----BEGIN PGP MESSAGE-----\n", "pgp-inline@1"},
       {"From me\nDKIM-Signature: v=1\n\nbody", "dkim@1"},

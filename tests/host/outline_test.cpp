@@ -346,6 +346,20 @@ TEST(OutlineMultipart, BoundariesMayBePrefixesOfEachOther) {
                    "--bb\nContent-Type: multipart/mixed; boundary=b\n\n"
                    "--b\n\none\n--b--\n--bb--\n"),
             "|multipart|multipart/mixed\n1|multipart|multipart/mixed\n1.1|text/plain|one\n");
+  EXPECT_EQ(TreeOf("Content-Type: multipart/mixed; boundary=b--\n\n"
+                   "--b--\nContent-Type: multipart/mixed; boundary=b\n\n"
+                   "--b\n\none\n--b--\n--b--\n\ntwo\n--b----\n"),
+            "|multipart|multipart/mixed\n1|multipart|multipart/mixed\n1.1|text/plain|one\n"
+            "2|text/plain|two\n");
+}
+
+TEST(OutlineMultipart, APartBetweenTwoDelimitersMayBeNothing) {
+  const std::string text = "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n--b--\r\n";
+  const Outline outline = Outline::Read(text);
+  const OutlinePart& child = outline.Message().children.at(0);
+  EXPECT_TRUE(child.whole.empty());
+  EXPECT_TRUE(child.header.empty());
+  EXPECT_EQ(child.whole.data(), text.data() + text.find("--b--"));
 }
 
 TEST(OutlineMultipart, TheSameBoundaryInsideIsTheInnerOnesUntilItCloses) {

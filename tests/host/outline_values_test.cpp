@@ -105,7 +105,8 @@ TEST(OutlineParameters, AreJoinedOutOfPieces) {
       {"name*2=\"isn't it!\"; name*0*=us-ascii'en'This%20is%20even%20more%20; "
        "name*1*=%2A%2A%2Afun%2A%2A%2A%20",
        "This is even more ***fun*** isn't it!"},
-      {"name*0=\"50%41\"; name*1*=%41", "50%41A"},  // only marked pieces have percent signs
+      {"name*0=\"50%41\"; name*1*=%41", "50%41A"},    // only marked pieces have percent signs
+      {"name*0*=utf-8''a; name*1*=b'c'd", "ab'c'd"},  // one charset for all
       {"name*=second; name=first", "first"},
       {"name=first; name=second", "first"},
       {"name*=100%; x=y", "100%"},
