@@ -242,6 +242,12 @@ void Progress::FileDone(std::uint64_t bytes) {
   ShowIfDue();
 }
 
+void Progress::BytesDone(std::uint64_t bytes) {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  state_.bytes += bytes;
+  ShowIfDue();
+}
+
 void Progress::Interrupt(const std::function<void()>& write) {
   const std::lock_guard<std::mutex> guard(mutex_);
   const bool stood = drawnBytes_ != 0;

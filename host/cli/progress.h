@@ -81,6 +81,9 @@ class Progress {
   // One more file is done, of so many bytes.
   void FileDone(std::uint64_t bytes);
 
+  // The same for a piece of a file that is not yet done.
+  void BytesDone(std::uint64_t bytes);
+
   // Has a function write to the same terminal: clears the bar, runs it, draws the bar again. What
   // it throws passes through. It must not call back.
   void Interrupt(const std::function<void()>& write);
