@@ -13,18 +13,21 @@ constexpr int kInterfaceVersion = 1;
 constexpr const char* kBuiltName = "libzevka.so";
 constexpr const char* kInstalledName = "libzevka.so.1";
 
-// The library beside the program or one folder up, as a build lays them out; empty when there is
+// The library as a build or an installation lays it out around the program; empty when there is
 // none.
-std::string BesideTheProgram() {
+std::string NearTheProgram() {
   std::error_code failed;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failed);
-  if (!failed) {
-    const std::filesystem::path folder = program.parent_path();
-    for (const std::filesystem::path& candidate :
-         {folder / kBuiltName, folder.parent_path() / kBuiltName}) {
-      if (std::filesystem::exists(candidate, failed)) {
-        return candidate.string();
-      }
+  if (failed) {
+    return {};
+  }
+  const std::filesystem::path folder = program.parent_path();
+  const std::filesystem::path libraries = folder.parent_path() / "lib";
+  for (const std::filesystem::path& candidate :
+       {folder / kBuiltName, folder.parent_path() / kBuiltName, libraries / kInstalledName,
+        libraries / "x86_64-linux-gnu" / kInstalledName}) {
+    if (std::filesystem::exists(candidate, failed)) {
+      return candidate.string();
     }
   }
   return {};
@@ -44,8 +47,8 @@ std::shared_ptr<void> TryToLoad(const std::string& file) {
 }
 
 std::shared_ptr<void> LoadFromUsualPlaces() {
-  if (const std::string beside = BesideTheProgram(); !beside.empty()) {
-    return TryToLoad(beside);
+  if (const std::string near = NearTheProgram(); !near.empty()) {
+    return TryToLoad(near);
   }
   std::shared_ptr<void> handle = TryToLoad(kInstalledName);
   return handle != nullptr ? handle : TryToLoad(kBuiltName);

@@ -7,20 +7,39 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
 
 #include "host/cli/commands.h"
 #include "host/cli/session.h"
 #include "host/kit/disk.h"
+#include "host/kit/text.h"
 
 namespace {
 
 using zevka::host::Session;
 
-constexpr const char* kVersion = "zevka 1.0.0";
+constexpr const char* kVersion = "zevka " ZEVKA_VERSION;  // the project's, from CMake
 constexpr const char* kEnding =
     "Exit status: 0 done, 1 done but some messages are not as asked, 64 wrong use,\n"
     "65 bad data, 66 no input, 69 no library, 73 cannot create, 74 read or write\n"
     "error, 75 try again. See zevka(1).";
+
+// Wrong words, in one line on standard error.
+void ReportWords(const CLI::App& app, const std::string& firstWord, const CLI::ParseError& error) {
+  const bool isCommand = !app.get_subcommands([&firstWord](const CLI::App* command) {
+                               return command->check_name(firstWord);
+                             })
+                              .empty();
+  std::string line = "zevka: ";
+  if (firstWord.empty() || firstWord.front() == '-' || isCommand) {
+    line += zevka::host::Printable(error.what());
+  } else {
+    line += zevka::host::Printable(firstWord);
+    line += ": no such command";
+  }
+  line += " (see zevka --help)\n";
+  std::fputs(line.c_str(), stderr);
+}
 
 int Run(int argumentCount, char** arguments) {
   CLI::App app("Shows, checks and changes Internet mail messages, and never breaks one.", "zevka");
@@ -41,7 +60,11 @@ int Run(int argumentCount, char** arguments) {
   try {
     app.parse(argumentCount, arguments);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? zevka::host::kExitDone : zevka::host::kExitUsage;
+    if (error.get_exit_code() == 0) {
+      return app.exit(error);  // help or version, and the end
+    }
+    ReportWords(app, argumentCount > 1 ? arguments[1] : "", error);
+    return zevka::host::kExitUsage;
   }
   errno = 0;
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

@@ -65,7 +65,8 @@ class Library {
  public:
   // Loads the library and sees that it speaks version 1 of the interface.
   //   path  the file; empty: libzevka.so beside the program, else in the folder above it, else
-  //         libzevka.so.1 and then libzevka.so, wherever the dynamic loader finds them
+  //         libzevka.so.1 in the lib folder beside the program's, else libzevka.so.1 and then
+  //         libzevka.so, wherever the dynamic loader finds them
   // Throws Failure with the dynamic loader's reason.
   // Trap: loading seeds the C library's rand() anew.
   static Library Load(const std::string& path = {});
