@@ -92,7 +92,7 @@ struct Wishes {
 };
 
 struct EditLimits {
-  std::size_t mostBytes = 100U * 1024U * 1024U;
+  std::size_t mostBytes = std::size_t{100} * 1024 * 1024;
   std::size_t mostHeaderLineBytes = 4095;  // line end not counted, in every header block
   std::size_t mostParts = 10000;           // embedded messages and their parts included
   std::size_t mostDepth = 100;
