@@ -1,9 +1,20 @@
 """zevka footer."""
 
+import hashlib
 import os
 
-from support import (DONE, FAILED, MIXED, PLAIN, SAMPLES, SIGNED, SIGNED_MAIL, USAGE, CommandTest,
-                     leaves)
+from support import (BAD_DATA, CANNOT_CREATE, DONE, MIXED, NO_INPUT, NOT_AS_ASKED, PLAIN, SAMPLES,
+                     SIGNED_MAIL, UNAVAILABLE, USAGE, CommandTest, leaves)
+
+
+def marker(text="Checked."):
+    return b"X-Zevka-Footer: sha256=" + hashlib.sha256(text.encode()).hexdigest().encode() + b"\n"
+
+
+def with_footer(text="Checked."):
+    """PLAIN with a footer."""
+    return (b"From: ada@example.org\nSubject: Hi\n" + marker(text) + b"\nHello.\n\n" +
+            text.encode() + b"\n\n")
 
 
 class FooterInPlace(CommandTest):
@@ -16,12 +27,12 @@ class FooterInPlace(CommandTest):
         return path.read_bytes()
 
     def test_plain_text_takes_it_at_its_end(self):
-        self.assertEqual(self.footer(PLAIN), PLAIN + b"\nChecked.\n\n")
+        self.assertEqual(self.footer(PLAIN), with_footer())
 
     def test_line_ends_follow_the_message(self):
         crlf = PLAIN.replace(b"\n", b"\r\n")
         self.assertEqual(self.footer(crlf, "Checked.\nBy us."),
-                         crlf + b"\r\nChecked.\r\nBy us.\r\n\r\n")
+                         with_footer("Checked.\nBy us.").replace(b"\n", b"\r\n"))
 
     def test_mixed_message_takes_it_as_last_part(self):
         self.assertEqual(leaves(self.footer(MIXED)),
@@ -57,7 +68,7 @@ class FooterInPlace(CommandTest):
         (self.folder / "link.eml").symlink_to("m.eml")
         self.assert_done(self.zevka("footer", "--text", "Checked.", "link.eml"))
         self.assertTrue((self.folder / "link.eml").is_symlink())
-        self.assertEqual((self.folder / "m.eml").read_bytes(), PLAIN + b"\nChecked.\n\n")
+        self.assertEqual((self.folder / "m.eml").read_bytes(), with_footer())
 
     def test_files_with_the_names_of_the_librarys_own_stay(self):
         names = [f"m{suffix}" for suffix in ("_b", "_d", "_e", "_0", "_0_e", "_footer", "_multipart")]
@@ -68,66 +79,180 @@ class FooterInPlace(CommandTest):
         for name in names:
             self.assertEqual((self.folder / name).read_bytes(), b"mine", name)
 
-    def test_message_whose_name_ends_in_footer_is_not_lost(self):
-        path = self.file("message_footer", PLAIN)
-        self.assert_done(self.zevka("footer", "--text", "Checked.", path))
-        self.assertEqual(path.read_bytes(), PLAIN + b"\nChecked.\n\n")
-
     def test_text_that_names_a_file_does_not_remove_it(self):
         victim = self.file("victim", b"mine")
         path = self.file("m.eml", PLAIN)
         self.assert_done(self.zevka("footer", "--text", victim, path))
         self.assertEqual(victim.read_bytes(), b"mine")
-        self.assertEqual(path.read_bytes(), PLAIN + b"\n" + os.fsencode(victim) + b"\n\n")
-
-    def test_text_that_names_a_file_here_does_not_remove_it(self):
-        victim = self.file("victim", b"mine")
-        self.file("m.eml", PLAIN)
-        self.assert_done(self.zevka("footer", "--text", "victim", "m.eml"))
-        self.assertEqual(victim.read_bytes(), b"mine")
+        self.assertEqual(path.read_bytes(), with_footer(os.fspath(victim)))
 
     def test_signed_message_is_reported_and_left_alone(self):
-        for name, data in (("DKIM", SIGNED_MAIL), ("S/MIME", (SAMPLES / "signed.eml").read_bytes())):
-            with self.subTest(name=name):
+        for reason, data in (("dkim", SIGNED_MAIL),
+                             ("smime-signed", (SAMPLES / "signed.eml").read_bytes())):
+            with self.subTest(reason=reason):
                 path = self.file("m.eml", data)
                 before = path.stat()
                 result = self.zevka("footer", "--text", "Checked.", "m.eml")
-                self.assert_refused(result, "m.eml", f"signed ({name}), not changed", SIGNED)
+                self.assertEqual((result.status, result.out, result.err),
+                                 (NOT_AS_ASKED, f"m.eml: unchanged ({reason})\n", ""))
                 self.assertEqual(path.read_bytes(), data)
                 self.assertEqual(path.stat().st_ino, before.st_ino)
                 self.assertEqual(self.names(), ["m.eml"])
 
-    def test_one_bad_file_does_not_stop_the_others(self):
-        self.file("a.eml", PLAIN)
-        self.file("s.eml", SIGNED_MAIL)
-        self.file("b.eml", PLAIN)
-        result = self.zevka("footer", "--text", "Checked.", "a.eml", "gone.eml", "s.eml", "b.eml")
-        self.assertEqual(result.out, "a.eml: footer added\nb.eml: footer added\n")
-        self.assertEqual(result.err, "zevka: gone.eml: No such file or directory\n"
-                                     "zevka: s.eml: signed (DKIM), not changed\n")
-        self.assertEqual(result.status, FAILED)
+    def test_transport_signatures_may_be_passed_over_but_no_others(self):
+        path = self.file("m.eml", SIGNED_MAIL)
+        self.assert_done(self.zevka("footer", "--no-transport-guard", "--text", "Checked.", path))
+        self.assertIn(b"\nChecked.\n", path.read_bytes())
+        signed = (SAMPLES / "signed.eml").read_bytes()
+        path = self.file("s.eml", signed)
+        result = self.zevka("footer", "--no-transport-guard", "--text", "Checked.", path)
+        self.assertEqual(result.status, NOT_AS_ASKED)
+        self.assertEqual(path.read_bytes(), signed)
+
+    def test_second_time_changes_nothing(self):
+        path = self.file("m.eml", PLAIN)
+        self.assert_done(self.zevka("footer", "--text", "Checked.", path))
+        before = path.stat()
+        result = self.zevka("footer", "--text", "Checked.", path)
+        self.assertEqual(result.out, f"{path}: unchanged (footer-marked)\n")
+        self.assert_done(result)
+        self.assertEqual(path.stat().st_ino, before.st_ino)
+
+    def test_marker_field_can_be_named(self):
+        path = self.file("m.eml", PLAIN)
+        self.assert_done(self.zevka("footer", "--text", "Checked.", "--marker", "X-Gate", path))
+        self.assertEqual(path.read_bytes(), with_footer().replace(b"X-Zevka-Footer", b"X-Gate"))
+
+    def test_subject_gets_a_suffix(self):
+        path = self.file("m.eml", PLAIN)
+        self.assert_done(self.zevka("footer", "--text", "x", "--subject-suffix", " [checked]", path))
+        self.assertIn(b"Subject: Hi [checked]\n", path.read_bytes())
+
+    def test_larger_messages_are_left_alone(self):
+        path = self.file("m.eml", PLAIN)
+        result = self.zevka("footer", "--text", "x", "--max-bytes", "41", "m.eml")
+        self.assertEqual((result.status, result.out),
+                         (NOT_AS_ASKED, "m.eml: unchanged (too-large): 42 bytes\n"))
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_result_that_is_not_good_enough_can_be_looked_at(self):
+        # Two kinds of line ends: the library makes them one.
+        data = b"From: ada@example.org\r\nSubject: Hi\r\n\r\nHello.\nYou.\r\n"
+        path = self.file("m.eml", data)
+        result = self.zevka("footer", "--text", "Checked.", "--dump", "bad", "m.eml")
+        self.assertEqual(result.status, NOT_AS_ASKED)
+        self.assertTrue(result.out.startswith("m.eml: unchanged (verify-failed): "), result.out)
+        self.assertEqual(path.read_bytes(), data)
+        self.assertEqual(self.names(self.folder / "bad"), ["m.eml"])
+        self.assertIn(b"Checked.", (self.folder / "bad/m.eml").read_bytes())
+
+
+class FooterText(CommandTest):
+    def test_file_and_text_give_the_same_footer(self):
+        for name, data in (("lf", b"Checked.\nBy us.\n"), ("crlf", b"Checked.\r\nBy us.\r\n\r\n"),
+                           ("bom", b"\xef\xbb\xbfChecked.\nBy us.")):
+            with self.subTest(name=name):
+                path = self.file("m.eml", PLAIN)
+                self.file("footer.txt", data)
+                self.assert_done(self.zevka("footer", "--file", "footer.txt", "m.eml"))
+                self.assertEqual(path.read_bytes(), with_footer("Checked.\nBy us."))
 
     def test_empty_or_broken_text_is_wrong_use(self):
         path = self.file("m.eml", PLAIN)
-        self.assert_refused(self.zevka("footer", "--text", "", path), "--text", "is empty", USAGE)
-        self.assert_refused(self.zevka("footer", "--text", os.fsdecode(b"\xff"), path), "--text",
-                            "is not UTF-8", USAGE)
+        for text, reason in (("", "is empty"), (" \n", "is empty"),
+                             (os.fsdecode(b"\xff"), "is not UTF-8")):
+            self.assert_refused(self.zevka("footer", "--text", text, path), "--text", reason, USAGE)
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_text_that_would_steer_a_terminal_is_wrong_use(self):
+        path = self.file("m.eml", PLAIN)
+        self.assert_refused(self.zevka("footer", "--text", "a\x1b[2Jb", path), "footer",
+                            "the footer is no text in UTF-8", USAGE)
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_bad_files_with_a_footer(self):
+        path = self.file("m.eml", PLAIN)
+        self.file("empty.txt", b"\n")
+        self.file("latin1.txt", b"Gepr\xfcft.\n")
+        for name, reason, status in (("gone.txt", "No such file or directory", NO_INPUT),
+                                     ("empty.txt", "is empty", BAD_DATA),
+                                     ("latin1.txt", "is not UTF-8", BAD_DATA)):
+            self.assert_refused(self.zevka("footer", "--file", name, path), name, reason, status)
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_one_of_text_and_file(self):
+        path = self.file("m.eml", PLAIN)
+        for words in ((), ("--text", "x", "--file", "y")):
+            self.assert_refused(self.zevka("footer", *words, path), "footer",
+                                "give the text by --text or by --file, by one of them", USAGE)
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+
+class FooterThroughAPipe(CommandTest):
+    def footer(self, data, *words):
+        return self.zevka("footer", "--text", "Checked.", *words, "-", input=data)
+
+    def test_result_goes_to_standard_output(self):
+        for words in ((), ("--output", "-")):
+            result = self.footer(PLAIN, *words)
+            self.assertEqual(result.out_bytes, with_footer())
+            self.assert_done(result)
+        self.assertEqual(self.names(), [])
+
+    def test_signed_message_passes_unchanged(self):
+        result = self.footer(SIGNED_MAIL)
+        self.assertEqual(result.out_bytes, SIGNED_MAIL)
+        self.assertEqual((result.status, result.err),
+                         (NOT_AS_ASKED, "zevka: -: unchanged (dkim)\n"))
+
+    def test_message_with_the_footer_passes_without_a_word(self):
+        result = self.footer(with_footer())
+        self.assertEqual(result.out_bytes, with_footer())
+        self.assert_done(result)
+
+    def test_message_passes_unchanged_without_the_library(self):
+        result = self.zevka("--library", "/nowhere/libzevka.so", "footer", "--text", "x", "-",
+                            input=PLAIN)
+        self.assertEqual((result.status, result.out_bytes), (UNAVAILABLE, PLAIN))
+        self.assertEqual(result.err.count("\n"), 1)
+
+    def test_nothing_is_no_message(self):
+        self.assert_refused(self.footer(b""), "-", "is empty", BAD_DATA)
+
+    def test_file_to_standard_output_stays(self):
+        path = self.file("m.eml", PLAIN)
+        result = self.zevka("footer", "--text", "Checked.", "-o", "-", path)
+        self.assertEqual((result.status, result.out_bytes), (DONE, with_footer()))
+        self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_standard_input_goes_alone(self):
+        path = self.file("m.eml", PLAIN)
+        other = self.file("n.eml", PLAIN)
+        for words in (("-", path), ("-o", "out", "-")):
+            self.assert_refused(self.zevka("footer", "--text", "x", *words, input=PLAIN), "-",
+                                "standard input goes alone, and to standard output", USAGE)
+        self.assert_refused(self.zevka("footer", "--text", "x", "--json", "-", input=PLAIN),
+                            "--json", "goes to standard output, where the message goes", USAGE)
+        self.assert_refused(self.zevka("footer", "--text", "x", "-o", "-", path, other),
+                            "--output -", "is for a single message", USAGE)
         self.assertEqual(path.read_bytes(), PLAIN)
 
 
 class FooterIntoAFolder(CommandTest):
     def test_file_stays_and_the_folder_gets_the_result(self):
-        path = self.file("m.eml", PLAIN)
+        path = self.file("m.eml", PLAIN, mode=0o600)
         result = self.zevka("footer", "--text", "Checked.", "--output", "out/new", "m.eml")
         self.assert_done(result)
         self.assertEqual(path.read_bytes(), PLAIN)
-        self.assertEqual((self.folder / "out/new/m.eml").read_bytes(), PLAIN + b"\nChecked.\n\n")
+        there = self.folder / "out/new/m.eml"
+        self.assertEqual(there.read_bytes(), with_footer())
+        self.assertEqual(there.stat().st_mode & 0o777, 0o600)
         self.assertEqual(self.names(), ["m.eml", "out"])
 
     def test_signed_message_is_copied_as_it_is(self):
         self.file("m.eml", SIGNED_MAIL)
         result = self.zevka("footer", "--text", "Checked.", "--output", "out", "m.eml")
-        self.assert_refused(result, "m.eml", "signed (DKIM), not changed", SIGNED)
+        self.assertEqual((result.status, result.out), (NOT_AS_ASKED, "m.eml: unchanged (dkim)\n"))
         self.assertEqual((self.folder / "out/m.eml").read_bytes(), SIGNED_MAIL)
 
     def test_nothing_is_written_over(self):
@@ -135,9 +260,21 @@ class FooterIntoAFolder(CommandTest):
         (self.folder / "out").mkdir()
         there = self.file("out/m.eml", b"mine")
         result = self.zevka("footer", "--text", "Checked.", "--output", "out", "m.eml")
-        self.assert_refused(result, "m.eml", f"{there} exists already")
+        self.assert_refused(result, "m.eml",
+                            f"{there} exists already, and is no result of this message",
+                            CANNOT_CREATE)
         self.assertEqual(there.read_bytes(), b"mine")
         self.assertEqual(path.read_bytes(), PLAIN)
+
+    def test_result_of_another_message_with_the_footer_is_no_result(self):
+        (self.folder / "a").mkdir()
+        (self.folder / "b").mkdir()
+        self.file("a/m.eml", PLAIN)
+        self.file("b/m.eml", PLAIN.replace(b"ada", b"bob"))
+        words = ("footer", "--text", "Checked.", "--output", "out")
+        self.assert_done(self.zevka(*words, "a/m.eml"))
+        self.assertEqual(self.zevka(*words, "b/m.eml").status, CANNOT_CREATE)
+        self.assertEqual((self.folder / "out/m.eml").read_bytes(), with_footer())
 
     def test_read_only_file_will_do(self):
         path = self.file("m.eml", PLAIN, mode=0o444)
