@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -11,6 +12,7 @@
 #include "host/safe_edit/lines.h"
 #include "host/safe_edit/outline_fields.h"
 #include "host/safe_edit/pgp_text.h"
+#include "host/safe_edit/preparation.h"
 
 namespace zevka::host {
 
@@ -55,13 +57,27 @@ bool ShowsPgpMessage(const OutlinePart& part, const TypeClaims& claims) {
   if (part.kind != OutlineKind::kLeaf || !isShown) {
     return false;
   }
-  return HoldsPgpMessage(part.body) ||
-         (IsTransferEncoded(part) && HoldsPgpMessage(DecodedBody(part)));
+  const TextKind kind = HasType(claims, "text/html") ? TextKind::kHtml : TextKind::kPlain;
+  return HoldsPgpMessage(part.body, kind) ||
+         (IsTransferEncoded(part) && HoldsPgpMessage(DecodedBody(part), kind));
 }
 
 bool HasReason(const std::vector<ReasonNote>& notes, Reason reason) {
   return std::any_of(notes.begin(), notes.end(),
                      [reason](const ReasonNote& note) { return note.reason == reason; });
+}
+
+// Adds the notes whose reasons are not there yet.
+void AddNew(std::vector<ReasonNote> more, std::vector<ReasonNote>* notes) {
+  const std::size_t before = notes->size();
+  for (ReasonNote& note : more) {
+    const bool isThere =
+        std::any_of(notes->begin(), notes->begin() + static_cast<std::ptrdiff_t>(before),
+                    [&note](const ReasonNote& old) { return old.reason == note.reason; });
+    if (!isThere) {
+      notes->push_back(std::move(note));
+    }
+  }
 }
 
 // The notes of a single part.
@@ -175,6 +191,17 @@ std::vector<ReasonNote> FindGuarded(const Outline& outline, bool transportSignat
   return notes;
 }
 
+std::vector<ReasonNote> FindGuardedInAnyWay(std::string_view text, const Outline& usual,
+                                            const EditOptions& options) {
+  std::vector<ReasonNote> notes = FindGuarded(usual, options.guardTransportSignatures);
+  if (IsDoubtful(usual)) {
+    const Outline other = Outline::Read(text, OutlineLimitsOf(options.limits), OutlineWay::kOther);
+    AddNew(LimitReasons(text, other, options.limits), &notes);
+    AddNew(FindGuarded(other, options.guardTransportSignatures), &notes);
+  }
+  return notes;
+}
+
 std::vector<ReasonNote> LimitReasons(std::string_view text, const Outline& outline,
                                      const EditLimits& limits) {
   std::vector<ReasonNote> notes;
@@ -195,22 +222,13 @@ std::vector<ReasonNote> LimitReasons(std::string_view text, const Outline& outli
 
 std::vector<ReasonNote> GuardReasons(std::string_view message, const EditOptions& options) {
   const EditLimits& limits = options.limits;
+  message.remove_prefix(BytesInFront(message));
   if (message.size() > limits.mostBytes) {
     return LimitReasons(message, Outline(), limits);
   }
   const Outline outline = Outline::Read(message, OutlineLimitsOf(limits));
   std::vector<ReasonNote> notes = LimitReasons(message, outline, limits);
-  for (ReasonNote& note : FindGuarded(outline, options.guardTransportSignatures)) {
-    notes.push_back(std::move(note));
-  }
-  if (IsDoubtful(outline)) {
-    const Outline other = Outline::Read(message, OutlineLimitsOf(limits), OutlineWay::kOther);
-    for (ReasonNote& note : FindGuarded(other, options.guardTransportSignatures)) {
-      if (!HasReason(notes, note.reason)) {
-        notes.push_back(std::move(note));
-      }
-    }
-  }
+  AddNew(FindGuardedInAnyWay(message, outline, options), &notes);
   return notes;
 }
 

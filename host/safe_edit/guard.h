@@ -9,7 +9,8 @@
 //    protocol. What is inside an opaque one is told by its smime-type.
 //  - OpenPGP: multiparts that name such a protocol, application/pgp-signature and -encrypted, and
 //    application/pgp but for keys; an armored or a clear-signed message at the start of a line of a
-//    text. Keys (application/pgp-keys) are not signed, and neither is a quoted block ("> -----").
+//    text, in HTML also behind a tag. Keys (application/pgp-keys) are not signed, and neither is a
+//    quoted block ("> -----").
 //  - multipart/signed and multipart/encrypted of any other protocol.
 //  - fields of DKIM, DomainKeys and ARC. A header block that is the text of a part
 //    (text/rfc822-headers) is no header block.
@@ -37,6 +38,12 @@ namespace zevka::host {
 // pieces of a signed or encrypted multipart that say the same as it.
 //   transportSignatures  whether DKIM, DomainKeys and ARC count
 std::vector<ReasonNote> FindGuarded(const Outline& outline, bool transportSignatures);
+
+// The same for a text that readers may differ over: what any of them sees counts. A way of reading
+// that ends at a limit gives that limit.
+//   usual  what was read from the text, in the usual way
+std::vector<ReasonNote> FindGuardedInAnyWay(std::string_view text, const Outline& usual,
+                                            const EditOptions& options);
 
 // The limits that the message is beyond, at most one note for each.
 //   text  what the outline was read from, with mostParts and mostDepth of `limits`

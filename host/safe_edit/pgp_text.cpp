@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view kArmor = "-----BEGIN PGP ";
 
-bool HoldsBlock(std::string_view text) {
+bool HoldsBlock(std::string_view text, TextKind kind) {
   for (const std::string_view mark : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
     if (text.starts_with(mark)) {
       text.remove_prefix(mark.size());
@@ -24,7 +24,8 @@ bool HoldsBlock(std::string_view text) {
       continue;
     }
     const std::size_t before = text.substr(0, at).find_last_not_of(" \t");
-    if (before == std::string_view::npos || text[before] == '\n' || text[before] == '\r') {
+    if (before == std::string_view::npos || text[before] == '\n' || text[before] == '\r' ||
+        (kind == TextKind::kHtml && text[before] == '>')) {
       return true;
     }
   }
@@ -33,13 +34,13 @@ bool HoldsBlock(std::string_view text) {
 
 }  // namespace
 
-bool HoldsPgpMessage(std::string_view text) {
+bool HoldsPgpMessage(std::string_view text, TextKind kind) {
   if (text.find('\0') == std::string_view::npos) {
-    return HoldsBlock(text);
+    return HoldsBlock(text, kind);
   }
   std::string narrow(text);
   std::erase(narrow, '\0');
-  return HoldsBlock(narrow);
+  return HoldsBlock(narrow, kind);
 }
 
 }  // namespace zevka::host

@@ -112,7 +112,7 @@ class Edit {
   std::vector<ReasonNote> Guarded(const Outline& outline) const {
     std::vector<ReasonNote> reasons = LimitReasons(text_, outline, options_.limits);
     if (reasons.empty()) {
-      reasons = FindGuarded(outline, options_.guardTransportSignatures);
+      reasons = FindGuardedInAnyWay(text_, outline, options_);
     }
     return reasons;
   }

@@ -260,6 +260,17 @@ TEST(GuardPgp, FindsBlocksInATextAtTheStartOfALine) {
   }
 }
 
+TEST(GuardPgp, FindsBlocksBehindTagsInHtmlOnly) {
+  const std::string text = "<html><pre>-----BEGIN PGP MESSAGE-----\r\n</pre>\r\n";
+  const std::string html = "Content-Type: text/html\r\n";
+  EXPECT_EQ(GuardOf(html + "\r\n" + text), "pgp-inline@1");
+  EXPECT_EQ(GuardOf(html + "Content-Transfer-Encoding: quoted-printable\r\n\r\n" +
+                    "<br>-----BEGIN=20PGP SIGNED MESSAGE-----<br>\r\n"),
+            "pgp-inline@1");
+  EXPECT_EQ(GuardOf(html + "\r\n<p>&gt; -----BEGIN PGP MESSAGE-----</p>\r\n"), "");
+  EXPECT_EQ(GuardOf("\r\n" + text), "");
+}
+
 TEST(GuardPgp, LooksIntoDecodedTextsOnly) {
   // "-----BEGIN PGP MESSAGE-----\n"
   const std::string base64 = "LS0tLS1CRUdJTiBQR1AgTUVTU0FHRS0tLS0tCg==\r\n";
@@ -369,6 +380,9 @@ TEST(Guard, ReadsFaultyMessagesBothWays) {
       {"A: 1\nno field\n\n-----BEGIN PGP MESSAGE-----\n", "pgp-inline@1"},
       {"no field\n-----BEGIN PGP MESSAGE-----\n", "pgp-inline@1"},
       {"From me\nDKIM-Signature: v=1\n\nbody", "dkim@1"},
+      {"\xEF\xBB\xBF"
+       "DKIM-Signature: v=1\n\nbody",
+       "dkim@1"},
       {"\nDKIM-Signature: v=1\n\nbody", "dkim@1"},
       {"A: 1\n\nDKIM-Signature: v=1\n\nbody", ""},
       {"Content-Type: multipart/mixed; boundary=b\nContent-Type: multipart/mixed; boundary=c\n\n"
