@@ -1,8 +1,8 @@
-// The bytes of a text with encoded words, for looking at the endings of names. Charsets are not
-// converted: the endings are ASCII in nearly all of them, and a charset that nobody knows must not
-// hide one. Encoded words are also decoded inside quoted strings and beside other characters, where
-// the standard has none but mailers write them. Text for people comes from
-// host/kit/encoded_words.h.
+// The bytes of a text with encoded words, for looking at the endings of names and for finding
+// values that were written in UTF-8. Charsets are not converted: the endings are ASCII in nearly
+// all of them, and a charset that nobody knows must not hide one. Encoded words are also decoded
+// inside quoted strings and beside other characters, where the standard has none but mailers write
+// them. Text for people comes from host/kit/encoded_words.h.
 //
 // Threads: any. Nothing throws but for want of memory.
 //

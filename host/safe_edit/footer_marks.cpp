@@ -40,7 +40,8 @@ bool IsAttached(const OutlinePart& part) {
 }
 
 // Depth first, with a list of its own: nesting is the sender's choice.
-std::vector<const OutlinePart*> PlainTexts(const Outline& message) {
+std::vector<const OutlinePart*> PlainTexts(const Outline& message,
+                                           const std::set<std::string>& removed) {
   std::vector<const OutlinePart*> open = {&message.Message()};
   std::vector<const OutlinePart*> texts;
   while (!open.empty()) {
@@ -50,7 +51,9 @@ std::vector<const OutlinePart*> PlainTexts(const Outline& message) {
       texts.push_back(part);
     } else if (part->kind == OutlineKind::kMultipart) {
       for (const OutlinePart& child : part->children) {
-        open.push_back(&child);
+        if (removed.count(child.number) == 0) {
+          open.push_back(&child);
+        }
       }
     }
   }
@@ -101,8 +104,9 @@ bool IsMarked(const OutlinePart& message, std::string_view markerField, std::str
   });
 }
 
-const OutlinePart* PartWithFooter(const Outline& message, std::string_view plainFooter) {
-  for (const OutlinePart* part : PlainTexts(message)) {
+const OutlinePart* PartWithFooter(const Outline& message, std::string_view plainFooter,
+                                  const std::set<std::string>& removed) {
+  for (const OutlinePart* part : PlainTexts(message, removed)) {
     if (EndsWithFooter(DecodedBody(*part), plainFooter)) {
       return part;
     }

@@ -5,6 +5,7 @@
 #ifndef ZEVKA_HOST_SAFE_EDIT_FOOTER_MARKS_H
 #define ZEVKA_HOST_SAFE_EDIT_FOOTER_MARKS_H
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -25,7 +26,9 @@ bool IsMarked(const OutlinePart& message, std::string_view markerField, std::str
 
 // The part whose text ends with the footer: a plain text that is not attached, embedded messages
 // not looked into; null when there is none.
-const OutlinePart* PartWithFooter(const Outline& message, std::string_view plainFooter);
+//   removed  numbers of parts that will go, and do not count
+const OutlinePart* PartWithFooter(const Outline& message, std::string_view plainFooter,
+                                  const std::set<std::string>& removed);
 
 }  // namespace zevka::host
 

@@ -60,7 +60,7 @@ void PlanFooter(const Outline& message, const Wishes& wishes, const EditOptions&
     return;
   }
   const std::string plain = PlainFooter(wishes.footer);
-  if (const OutlinePart* part = PartWithFooter(message, plain)) {
+  if (const OutlinePart* part = PartWithFooter(message, plain, plan->edit.removed)) {
     plan->fulfilled.push_back({Reason::kFooterPresent, part->number, ""});
     return;
   }
@@ -71,7 +71,7 @@ void PlanFooter(const Outline& message, const Wishes& wishes, const EditOptions&
 void PlanFields(const OutlinePart& message, const Wishes& wishes, Plan* plan) {
   for (const FieldWish& wish : wishes.fields) {
     const OutlineField* field = FindField(message, Lower(wish.name));
-    if (!wish.add && field != nullptr && SameValue(field->value, wish.value)) {
+    if (!wish.add && field != nullptr && IsWishedValue(field->value, wish, wishes.subjectSuffix)) {
       plan->fulfilled.push_back({Reason::kAsWanted, "", wish.name});
     } else {
       plan->edit.fields.push_back(wish);
@@ -84,10 +84,14 @@ void PlanSubject(const OutlinePart& message, const Wishes& wishes, Plan* plan) {
     return;
   }
   const std::string_view wanted = Trim(wishes.subjectSuffix);
-  const bool isThere = std::all_of(
-      message.fields.begin(), message.fields.end(), [wanted](const OutlineField& field) {
-        return Lower(field.name) != "subject" || Trim(Unfolded(field.value)).ends_with(wanted);
-      });
+  const bool isSet =
+      std::any_of(plan->edit.fields.begin(), plan->edit.fields.end(),
+                  [](const FieldWish& wish) { return Lower(wish.name) == "subject"; });
+  const bool isThere = !isSet && std::all_of(message.fields.begin(), message.fields.end(),
+                                             [wanted](const OutlineField& field) {
+                                               return Lower(field.name) != "subject" ||
+                                                      Trim(Unfolded(field.value)).ends_with(wanted);
+                                             });
   if (isThere) {
     plan->fulfilled.push_back({Reason::kAsWanted, "", "Subject"});
   } else {
@@ -193,9 +197,9 @@ bool Plan::HasWork() const {
 Plan MakePlan(const Outline& message, const Wishes& wishes, const EditOptions& options) {
   Plan plan;
   PlanFields(message.Message(), wishes, &plan);
+  PlanRemovals(message.Message(), wishes, &plan);
   PlanFooter(message, wishes, options, &plan);
   PlanSubject(message.Message(), wishes, &plan);
-  PlanRemovals(message.Message(), wishes, &plan);
   return plan;
 }
 

@@ -1,14 +1,12 @@
 // Gets a message ready for the library, where the library would not do what is wanted, and takes
 // the signs of that off its result again:
 //
-//  - The first line of an mbox entry ("From ...") is no field, and the library would take it for
-//  the
-//    body's first line. It stays outside.
+//  - A byte order mark and the first line of an mbox entry ("From ...") are no fields, and the
+//    library would take the line for the body's first. They stay outside.
 //  - A part without any field begins with an empty line, which the library does not write: the body
 //    would become its fields. Such parts get a field for the time being.
 //  - The library takes neither a footer nor a change below a DKIM or DomainKey field. For a host
-//  that
-//    signs afterwards these fields go by other names of the same length.
+//    that signs afterwards these fields go by other names of the same length.
 //
 // Threads and errors: as outline.h.
 #ifndef ZEVKA_HOST_SAFE_EDIT_PREPARATION_H

@@ -74,6 +74,9 @@ void CollectPatches(const PartPair& pair, bool isMessage, std::vector<Patch>* pa
   if (before.kind != after.kind) {
     return;
   }
+  if (before.kind == OutlineKind::kEmbedded) {
+    putBack(after.body, before.body);
+  }
   if (before.kind == OutlineKind::kMultipart && after.isClosed) {
     putBack(Tail(after), before.isClosed ? Tail(before) : NewTail(after, isMessage));
   }
@@ -98,8 +101,15 @@ void PutBackMimeVersion(const OutlinePart& message, const OutlinePart& wrapper,
 std::optional<std::string> Repaired(const Pairing& pairing, const Outline& after,
                                     std::string_view afterText) {
   std::vector<Patch> patches;
+  std::string_view embedded;  // the message that was put back last, which holds the next pairs
   for (const PartPair& pair : pairing.pairs) {
+    if (LiesIn(pair.after->whole, embedded)) {
+      continue;
+    }
     CollectPatches(pair, &pair == pairing.pairs.data(), &patches);
+    if (pair.before->kind == OutlineKind::kEmbedded && pair.after->kind == pair.before->kind) {
+      embedded = pair.after->body;
+    }
   }
   if (pairing.road == FooterRoad::kWrapper && !pairing.pairs.empty()) {
     PutBackMimeVersion(*pairing.pairs.front().before, after.Message(), &patches);

@@ -99,6 +99,23 @@ std::string DecodeBase64(std::string_view text) {
   return result;
 }
 
+bool IsCleanBase64(std::string_view text) {
+  constexpr std::size_t kDigitsOfGroup = 4;
+  std::size_t digits = 0;
+  std::size_t padding = 0;
+  for (const char c : text) {
+    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+      continue;
+    }
+    const bool isDigit = kBase64Digits[static_cast<unsigned char>(c)] != kNoDigit;
+    if (isDigit ? padding > 0 : c != '=') {
+      return false;
+    }
+    ++(isDigit ? digits : padding);
+  }
+  return digits % kDigitsOfGroup != 1;
+}
+
 std::string DecodeQuotedPrintable(std::string_view text) {
   std::string result;
   result.reserve(text.size());

@@ -17,6 +17,10 @@ namespace zevka::host {
 // it; bits that make no whole byte are dropped.
 std::string DecodeBase64(std::string_view text);
 
+// Whether the text is base64 and nothing else: digits, line ends and blanks, and padding at its
+// end. Anything more would be lost when the decoded bytes are encoded anew.
+bool IsCleanBase64(std::string_view text);
+
 // Blanks and tabs at the end of a line go. A "=" that begins neither an escape nor a soft line
 // break stands for itself; hexadecimal digits of either case are known.
 std::string DecodeQuotedPrintable(std::string_view text);

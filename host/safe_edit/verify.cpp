@@ -6,6 +6,7 @@
 #include "host/kit/text.h"
 #include "host/safe_edit/footer_marks.h"
 #include "host/safe_edit/line_ends.h"
+#include "host/safe_edit/transfer_decoding.h"
 #include "host/safe_edit/verify_fields.h"
 
 namespace zevka::host {
@@ -22,15 +23,24 @@ bool IsIdentity(std::string_view encoding) {
   return encoding != "base64" && encoding != "quoted-printable";
 }
 
+// Whether the body can be encoded anew without loss.
+bool IsWhollyDecoded(const OutlinePart& part) {
+  return part.encoding != "base64" || IsCleanBase64(part.body);
+}
+
 // Whether the decoded bodies are the same, without decoding what stands there unchanged.
 bool SameBody(const OutlinePart& before, const OutlinePart& after) {
   const bool sameEncoding = before.encoding == after.encoding ||
                             (IsIdentity(before.encoding) && IsIdentity(after.encoding));
-  return (sameEncoding && before.body == after.body) || DecodedBody(before) == DecodedBody(after);
+  return (sameEncoding && before.body == after.body) ||
+         (IsWhollyDecoded(before) && DecodedBody(before) == DecodedBody(after));
 }
 
 // The body must be the old one with nothing but the footer behind it.
 Difference DifferenceOfEditedBody(const PartPair& pair, std::string_view plainFooter) {
+  if (!IsWhollyDecoded(*pair.before)) {
+    return Failed(*pair.before, "the text is not all base64, and would be altered");
+  }
   const std::string before = DecodedBody(*pair.before);
   const std::string after = DecodedBody(*pair.after);
   if (!after.starts_with(before)) {
@@ -55,11 +65,15 @@ Difference DifferenceOfBody(const PartPair& pair, std::string_view plainFooter) 
       }
       return SameBody(before, after) ? std::nullopt : Failed(before, "the body is altered");
     case OutlineKind::kEmbedded:
+      if (pair.isEdited) {
+        return ReasonNote{Reason::kRefused, before.number, "the footer was not added"};
+      }
       return std::nullopt;  // its message is a pair of its own
     case OutlineKind::kMultipart:
       break;
   }
-  if (!after.isClosed) {
+  const bool isUntouched = before.whole == after.whole;  // inside an embedded message, mostly
+  if (!after.isClosed && !isUntouched) {
     return Failed(before, "the closing delimiter is missing");
   }
   if (before.boundary != after.boundary) {
@@ -68,7 +82,8 @@ Difference DifferenceOfBody(const PartPair& pair, std::string_view plainFooter) 
   if (before.preamble != after.preamble) {
     return Failed(before, "the text in front of the first delimiter is altered");
   }
-  if (!Trim(before.epilogue).empty() && before.epilogue != after.epilogue) {
+  const bool isBlank = Trim(before.epilogue).empty() && Trim(after.epilogue).empty();
+  if (!isBlank && before.epilogue != after.epilogue) {
     return Failed(before, "the text behind the closing delimiter is altered");
   }
   return std::nullopt;
@@ -94,7 +109,8 @@ Difference DifferenceOfFieldsOf(const Pairing& pairing, const PartPair& pair, co
 Difference DifferenceOfWrapper(const Pairing& pairing, const Outline& after) {
   const OutlinePart& wrapper = after.Message();
   if (pairing.road == FooterRoad::kWrapper &&
-      (wrapper.mediaType != "multipart/mixed" || !wrapper.isClosed)) {
+      (wrapper.mediaType != "multipart/mixed" || !wrapper.isClosed ||
+       !Trim(wrapper.epilogue).empty())) {
     return Failed(wrapper, "the wrapper is broken");
   }
   return std::nullopt;

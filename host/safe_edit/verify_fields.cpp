@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <set>
 #include <string_view>
+#include <utility>
 
 #include "host/kit/text.h"
 #include "host/safe_edit/field_values.h"
@@ -29,19 +29,6 @@ std::string Named(std::string_view what, std::string_view name) {
   std::string text(what);
   text += ": ";
   return text += Printable(name);
-}
-
-bool IsAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char character) { return static_cast<unsigned char>(character) < 0x80; });
-}
-
-std::set<std::string> WishedNames(const AppliedEdit& edit) {
-  std::set<std::string> names;
-  for (const FieldWish& wish : edit.fields) {
-    names.insert(Lower(wish.name));
-  }
-  return names;
 }
 
 // The fields that must still be there: those that are replaced are taken out, once for each wish.
@@ -95,6 +82,47 @@ const OutlineField* TakeKept(const Fields& kept, const AppliedEdit& edit, Fields
   return nullptr;
 }
 
+// Takes the first field from `place` on that is the one it was out of `now`; false when there is
+// none.
+//   place  moved to what stands behind it
+bool TakeFrom(const OutlineField& field, const AppliedEdit& edit, std::size_t* place, Fields* now) {
+  const auto begin = now->begin() + static_cast<std::ptrdiff_t>(*place);
+  const auto found = std::find_if(begin, now->end(), [&](const OutlineField* candidate) {
+    return IsKept(field, *candidate, edit);
+  });
+  if (found == now->end()) {
+    return false;
+  }
+  *place = static_cast<std::size_t>(now->erase(found) - now->begin());
+  return true;
+}
+
+void TakeFirst(std::string_view lowerName, Fields* fields) {
+  const auto found = std::find_if(
+      fields->begin(), fields->end(),
+      [lowerName](const OutlineField* field) { return Lower(field->name) == lowerName; });
+  if (found != fields->end()) {
+    fields->erase(found);
+  }
+}
+
+// What is wrong with the fields that were not there before: each must have been asked for, and each
+// wish must have brought one.
+std::string DifferenceOfOthers(Fields others, const AppliedEdit& edit) {
+  for (const FieldWish& wish : edit.fields) {
+    const std::string lowerName = Lower(wish.name);
+    const auto wished = std::find_if(others.begin(), others.end(), [&](const OutlineField* field) {
+      return Lower(field->name) == lowerName &&
+             IsWishedValue(field->value, wish, edit.subjectSuffix);
+    });
+    if (wished == others.end()) {
+      return Named("a field was not set", wish.name);
+    }
+    others.erase(wished);
+  }
+  return others.empty() ? std::string() : Named("a field has come", others.front()->name);
+}
+
 }  // namespace
 
 std::string DifferenceOfFields(const OutlinePart& before, const OutlinePart& after) {
@@ -112,32 +140,31 @@ std::string DifferenceOfMessageFields(const OutlinePart& before, const OutlinePa
   if (const OutlineField* missing = TakeKept(kept, edit, &now)) {
     return Named("a field is missing or altered", missing->name);
   }
-  const std::set<std::string> wished = WishedNames(edit);
-  for (const OutlineField* field : now) {
-    if (wished.count(Lower(field->name)) == 0) {
-      return Named("a field has come", field->name);
-    }
-  }
-  return {};
+  return DifferenceOfOthers(std::move(now), edit);
 }
 
 std::string DifferenceOfWrappedFields(const OutlinePart& before, const OutlinePart& wrapper,
                                       const OutlinePart& firstPart, const AppliedEdit& edit) {
-  // Each side keeps the order of the fields that it took; a field stands on one side only.
+  // Each side keeps the order of the fields that it took, but for MIME-Version, which the wrapper
+  // has in front; a field stands on one side only.
   Fields outer = FieldsOf(wrapper);
   Fields inner = FieldsOf(firstPart);
+  std::size_t outerPlace = 0;
+  std::size_t innerPlace = 0;
   for (const OutlineField* field : WithoutReplaced(FieldsOf(before), edit)) {
-    const Fields one = {field};
-    if (TakeKept(one, edit, &outer) != nullptr && TakeKept(one, edit, &inner) != nullptr) {
+    std::size_t anyPlace = 0;
+    std::size_t* place = Lower(field->name) == kMimeVersion ? &anyPlace : &outerPlace;
+    if (!TakeFrom(*field, edit, place, &outer) && !TakeFrom(*field, edit, &innerPlace, &inner)) {
       return Named("a field is missing or altered", field->name);
     }
+    outerPlace -= place == &anyPlace && anyPlace < outerPlace ? 1 : 0;
   }
-  std::set<std::string> expected = WishedNames(edit);
-  expected.insert({std::string(kMimeVersion), std::string(kContentType)});
-  for (const OutlineField* field : outer) {
-    if (expected.count(Lower(field->name)) == 0) {
-      return Named("a field has come", field->name);
-    }
+  TakeFirst(kContentType, &outer);
+  if (FindField(before, kMimeVersion) == nullptr) {
+    TakeFirst(kMimeVersion, &outer);
+  }
+  if (std::string difference = DifferenceOfOthers(std::move(outer), edit); !difference.empty()) {
+    return difference;
   }
   // The first part says what a message that says nothing is.
   const bool isDefaultType = inner.size() == 1 && Lower(inner.front()->name) == kContentType &&
@@ -154,9 +181,8 @@ std::string MissingField(const OutlinePart& message, const AppliedEdit& edit) {
     const std::string lowerName = Lower(wish.name);
     const bool isThere =
         std::any_of(message.fields.begin(), message.fields.end(), [&](const OutlineField& field) {
-          // Other than ASCII values stand as encoded words.
           return Lower(field.name) == lowerName &&
-                 (!IsAscii(wish.value) || SameValue(field.value, wish.value));
+                 IsWishedValue(field.value, wish, edit.subjectSuffix);
         });
     if (!isThere) {
       return wish.name;

@@ -4,15 +4,13 @@
 //
 //  - Unchanged means byte-identical: what was not changed comes back as it was, not written anew.
 //  - Signed or encrypted mail is never modified: S/MIME, OpenPGP (MIME and inline), DKIM, DomainKey
-//  and
-//    ARC, wherever in the message they stand. Only the guard for the last three can be switched
-//    off, by a host that signs afterwards.
+//    and ARC, wherever in the message they stand. Only the guard for the last three can be
+//    switched off, by a host that signs afterwards.
 //  - No footer comes twice: a field with the footer's digest marks the message, and a footer that
-//  stands
-//    at the end of the text counts too.
+//    stands at the end of the text counts too.
 //  - Every result is read again by a checker that shares no code with the library's parser. All
-//  parts
-//    and fields of the original must be there; if not, the original comes back ("verify-failed").
+//    parts and fields of the original must be there; if not, the original comes back
+//    ("verify-failed").
 //
 // Needs the host kit (host.h) and, like it, uses only the public interface of the library.
 //

@@ -224,6 +224,15 @@ TEST_F(SafeEdits, FieldThatHasTheValueAlreadyLeavesTheMessageAlone) {
   ExpectUnchanged(Field(folded, "subject", "Hi there"), folded, Reason::kAsWanted);
 }
 
+TEST_F(SafeEdits, FieldOfOtherThanAsciiIsSetOnce) {
+  const std::string value = "gr\xC3\xBC\xC3\x9F";
+  const EditResult once = Field(kPlain, "X-A", value);
+  EXPECT_EQ(once.bytes,
+            "From: ada@example.org\nSubject: Hi\nX-A: =?utf-8?q?gr=C3=BC=C3=9F?=\n\nHello.\n");
+  ExpectUnchanged(Field(once.bytes, "X-A", value), once.bytes, Reason::kAsWanted);
+  EXPECT_TRUE(Field(once.bytes, "X-A", value + "e").changed);
+}
+
 TEST_F(SafeEdits, FieldOfAMultipartKeepsTheTextBehindTheClosingDelimiter) {
   std::string expected(kMixed);
   expected.insert(expected.find("\n\nFor old") + 1, "X-Checked: yes\n");
@@ -264,6 +273,28 @@ TEST_F(SafeEdits, SubjectGetsTheSuffixOnce) {
   ExpectUnchanged(SafeEdit(packer_, once.bytes, wishes), once.bytes, Reason::kAsWanted);
 }
 
+TEST_F(SafeEdits, SubjectThatIsSetGetsTheSuffixToo) {
+  Wishes wishes;
+  wishes.fields.push_back({"Subject", "Ho", false});
+  wishes.subjectSuffix = " [ext]";
+  const std::string expected = "From: ada@example.org\nSubject: Ho [ext]\n\nHello.\n";
+  EXPECT_EQ(SafeEdit(packer_, kPlain, wishes).bytes, expected);
+  EXPECT_EQ(SafeEdit(packer_, "From: ada@example.org\n\nHello.\n", wishes).bytes, expected);
+  ExpectUnchanged(SafeEdit(packer_, expected, wishes), expected, Reason::kAsWanted);
+}
+
+TEST_F(SafeEdits, FooterOfAPartThatGoesIsNone) {
+  Wishes wishes;
+  wishes.footer = kFooter;
+  wishes.removeParts = {"2"};
+  const std::string message =
+      "Content-Type: multipart/mixed; boundary=b\n\n--b\n\nHello.\n"
+      "--b\n\nChecked by the gate\n--b--\n";
+  const EditResult result = SafeEdit(packer_, message, wishes);
+  ASSERT_TRUE(result.changed);
+  EXPECT_NE(result.bytes.find("Checked by the gate"), std::string::npos) << result.bytes;
+}
+
 TEST_F(SafeEdits, AllWishesComeTrueOrNone) {
   Wishes wishes;
   wishes.footer = kFooter;
@@ -289,9 +320,6 @@ TEST_F(SafeEdits, EmptyMessageIsNone) {
 }
 
 TEST_F(SafeEdits, WishesThatCannotBeWrittenAreRefusedBeforeAnything) {
-  struct Case {
-    Wishes wishes;
-  };
   std::vector<Wishes> bad(8);
   bad[0].footer = "\xFF";
   bad[1].footer = " \n ";
@@ -366,6 +394,13 @@ TEST_F(SafeEdits, FieldsThatLookLikeTheStandInsOfSignaturesAreKept) {
       << result.bytes;
 }
 
+TEST_F(SafeEdits, MessageThatOneOfTwoReadersTakesForEncryptedIsLeftAlone) {
+  const std::string message =
+      "Content-Type: multipart/mixed; boundary=b\nContent-Type: multipart/mixed; boundary=c\n\n"
+      "--b\n\nx\n--b--\n--c\nContent-Type: application/pgp-encrypted\n\n--c--\n";
+  ExpectUnchanged(Footer(message), message, Reason::kPgpEncrypted);
+}
+
 TEST_F(SafeEdits, OtherGuardsCannotBeSwitchedOff) {
   EditOptions options;
   options.guardTransportSignatures = false;
@@ -400,7 +435,32 @@ TEST_F(SafeEdits, MultipartWithoutDelimitersGetsNone) {
   EXPECT_EQ(Field(message, "X-A", "1").bytes, "Content-Type: multipart/mixed\nX-A: 1\n\nHello.\n");
 }
 
+TEST_F(SafeEdits, EmbeddedMessageKeepsEveryByte) {
+  // The library's writer would close the inner multipart and trim its delimiters.
+  const std::string message =
+      "Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: message/rfc822\n\n"
+      "Subject: in\nContent-Type: multipart/mixed; boundary=c\n\n--c \n\none\n--c \n\ntwo\n\n"
+      "--b--\n";
+  std::string expected = message;
+  expected.insert(expected.find("\n\n--b") + 1, "X-A: 1\n");
+  EXPECT_EQ(Field(message, "X-A", "1").bytes, expected);
+
+  const std::string whole = "Content-Type: message/rfc822\n\nSubject: in\n\n\n";
+  const EditResult result = Footer(whole);
+  ASSERT_TRUE(result.changed) << result.reasons.front().detail;
+  EXPECT_NE(result.bytes.find("message/rfc822\n\nSubject: in\n\n\n\n--"), std::string::npos)
+      << result.bytes;
+}
+
 // --- the result is looked at again ---
+
+TEST_F(SafeEdits, TextBehindBase64IsNotDecodedAway) {
+  const std::string message =
+      "Subject: a\nContent-Transfer-Encoding: base64\n\nSGkK\n-- \nSent through a list.\n";
+  ExpectUnchanged(Footer(message), message, Reason::kVerifyFailed);
+  const std::string claimed = "Content-Transfer-Encoding: base64\n\nHi, this is no base64.\n";
+  ExpectUnchanged(Footer(claimed), claimed, Reason::kVerifyFailed);
+}
 
 TEST_F(SafeEdits, MessageThatTheLibraryWouldCutComesBackAsItWas) {
   // The library ends a field at a NUL.

@@ -180,6 +180,53 @@ TEST(Verify, WishedFieldsMustBeThere) {
   ExpectFound("X-A: 0\nX-A: 7\nA: b\n\nHi\n", "X-A: 1\nA: b\n\nHi\n", Reason::kVerifyFailed, edit);
 }
 
+TEST(Verify, FieldsOfAWrappedMessageKeepTheirOrder) {
+  const AppliedEdit edit = FooterEdit();
+  const std::string before = "A: 1\nB: 2\nMIME-Version: 1.0\nContent-Type: text/html\n\nHi\n";
+  const auto wrapped = [](const std::string& fields) {
+    return "Content-Type: multipart/mixed; boundary=w\nMIME-Version: 1.0\n" + fields +
+           "\n--w\nContent-Type: text/html\n\nHi\n\n--w\nContent-Type: text/plain\n\nfoot\n"
+           "--w--\n";
+  };
+  EXPECT_FALSE(Difference(before, wrapped("A: 1\nB: 2\n"), edit).has_value());
+  ExpectFound(before, wrapped("B: 2\nA: 1\n"), Reason::kVerifyFailed, edit);
+  ExpectFound(before, wrapped("A: 1\nB: 2\nMIME-Version: 1.0\n"), Reason::kVerifyFailed, edit);
+  ExpectFound(before, wrapped("A: 1\nB: 2\n") + "more\n", Reason::kVerifyFailed, edit);
+}
+
+TEST(Verify, EachWishBringsOneField) {
+  AppliedEdit edit;
+  edit.fields.push_back({"X-A", "1", true});
+  const std::string before = "X-A: 1\n\nHi\n";
+  EXPECT_FALSE(Difference(before, "X-A: 1\nX-A: 1\n\nHi\n", edit).has_value());
+  ExpectFound(before, before, Reason::kVerifyFailed, edit);
+  ExpectFound(before, "X-A: 1\nX-A: 1\nX-A: 1\n\nHi\n", Reason::kVerifyFailed, edit);
+  ExpectFound(before, "X-A: 1\nX-A: 2\nX-A: 1\n\nHi\n", Reason::kVerifyFailed, edit);
+  edit.fields = {{"X-B", "\xC3\xA4", false}};
+  EXPECT_FALSE(Difference("A: b\n\nHi\n", "A: b\nX-B: =?utf-8?q?=C3=A4?=\n\nHi\n", edit));
+  ExpectFound("A: b\n\nHi\n", "A: b\nX-B: =?utf-8?q?=C3=B6?=\n\nHi\n", Reason::kRefused, edit);
+}
+
+TEST(Verify, TextBehindAClosedMultipartMayNotCome) {
+  const std::string message = "Content-Type: multipart/mixed; boundary=b\n\n--b\n\none\n--b--\n";
+  EXPECT_FALSE(Difference(message, message + "\n").has_value());
+  ExpectFound(message, message + "new\n", Reason::kVerifyFailed);
+}
+
+TEST(Verify, EmbeddedMessageTakesNoFooter) {
+  const std::string message = "Content-Type: message/rfc822\n\nA: b\n\nHi\n";
+  ExpectFound(message, message, Reason::kRefused, FooterEdit());
+}
+
+TEST(Verify, BodyThatIsNotAllBase64IsNotEncodedAnew) {
+  const std::string head = "Content-Transfer-Encoding: base64\n\n";
+  ExpectFound(head + "SGkK\n...\n", head + "SGkK\n", Reason::kVerifyFailed);
+  EXPECT_FALSE(Difference(head + "SGkK\n...\n", head + "SGkK\n...\n").has_value());
+  EXPECT_FALSE(Difference(head + "SG k\t=\n", head + "SGk=\n").has_value());
+  ExpectFound(head + "SGk=SGk=\n", head + "SGlIaQ==\n", Reason::kVerifyFailed);
+  ExpectFound(head + "SGkKS\n", head + "SGkK\n", Reason::kVerifyFailed);
+}
+
 TEST(Verify, OnlyTheRemovedPartsMayGo) {
   AppliedEdit edit;
   edit.removed = {"2"};
