@@ -2,7 +2,6 @@
 // headers.
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -66,10 +65,8 @@ int Run(int argumentCount, char** arguments) {
     ReportWords(app, argumentCount > 1 ? arguments[1] : "", error);
     return zevka::host::kExitUsage;
   }
-  errno = 0;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    session.Report("standard output", zevka::host::ErrnoText(errno == 0 ? EIO : errno),
-                   zevka::host::kExitIoError);
+  if (const int error = zevka::host::EndOfPrinting(); error != 0) {
+    session.Report("standard output", zevka::host::ErrnoText(error), zevka::host::kExitIoError);
   }
   return session.Status();
 }

@@ -20,6 +20,15 @@ namespace {
 
 constexpr std::size_t kReadBytes = 65536;
 
+// Later failures, of flushing what could not be written, say less.
+int firstPrintError = 0;
+
+void NotePrintError() {
+  if (firstPrintError == 0) {
+    firstPrintError = errno == 0 ? EIO : errno;
+  }
+}
+
 std::string ReadStandardInput() {
   std::string bytes;
   std::array<char, kReadBytes> block{};
@@ -60,7 +69,18 @@ std::string ReadInput(const InputFile& file) {
 }
 
 void Print(std::string_view text) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    NotePrintError();
+  }
+}
+
+int EndOfPrinting() {
+  errno = 0;
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    NotePrintError();
+  }
+  return firstPrintError;
 }
 
 void Session::Report(std::string_view subject, std::string_view reason, ExitStatus status) {

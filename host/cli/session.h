@@ -38,8 +38,10 @@ std::string ReadInput(const InputFile& file);
 // The path from the root.
 std::string Absolute(const std::string& path);
 
-// Text to standard output; a failure shows when the program ends.
+// Text to standard output. Used by one thread at a time.
 void Print(std::string_view text);
+// Brings standard output to its end. Result: 0, or the errno of the first failure since the start.
+int EndOfPrinting();
 
 class Session {
  public:
