@@ -58,9 +58,13 @@ std::string Applied(Message& message, const AppliedEdit& edit, const Wishes& wis
       root.SetField(field.name, field.value);
     }
   }
-  // From the last to the first: numbers count the parts that are left.
-  for (auto number = edit.removed.rbegin(); number != edit.removed.rend(); ++number) {
-    FindPart(message, *number).Remove();
+  // All are found before one goes: numbers count the parts that are left.
+  std::vector<Part> removed;
+  for (const std::string& number : edit.removed) {
+    removed.push_back(FindPart(message, number));
+  }
+  for (Part& part : removed) {
+    part.Remove();
   }
   if (!edit.plainFooter.empty() && !message.SetFooter(wishes.footer)) {
     throw Failure("the library takes no footer for this message");

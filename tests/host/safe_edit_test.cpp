@@ -254,6 +254,18 @@ TEST_F(SafeEdits, SeveralPartsAreRemovedByTheNumbersTheyHadAtFirst) {
   EXPECT_EQ(Remove(kMixed, {"3", "2", "3"}).bytes, expected);
 }
 
+TEST_F(SafeEdits, NumbersOfTwoDigitsNameTheirParts) {
+  const std::string head = "Content-Type: multipart/mixed; boundary=b\n\n";
+  std::string message = head;
+  std::string expected = head;
+  for (int number = 1; number <= 12; ++number) {
+    const std::string part = "--b\n\npart " + std::to_string(number) + "\n";
+    message += part;
+    expected += number == 2 || number == 10 ? "" : part;
+  }
+  EXPECT_EQ(Remove(message + "--b--\n", {"2", "10"}).bytes, expected + "--b--\n");
+}
+
 TEST_F(SafeEdits, PartThatIsNotThereIsAReason) {
   for (const std::string number : {"4", "1.1", "0", "99999999999999999999"}) {
     ExpectUnchanged(Remove(kMixed, {number}), kMixed, Reason::kNoSuchPart);
