@@ -46,7 +46,8 @@ class Gate {
 }  // namespace
 
 TEST(OrderedRunThreads, ResultsComeInOrderWhateverFinishesFirst) {
-  for (const std::size_t jobs : {1, 2, 7, 300}) {
+  for (const std::size_t jobs :
+       {std::size_t{1}, std::size_t{2}, std::size_t{7}, std::size_t{300}}) {
     std::vector<std::size_t> numbers;
     std::vector<std::size_t> results;
     OrderedRun<std::size_t> run(
@@ -118,7 +119,7 @@ TEST(OrderedRunThreads, ThreadsDoNotRunFarAhead) {
 }
 
 TEST(OrderedRunThreads, WhatWorkThrowsComesBehindTheResultsBeforeIt) {
-  for (const std::size_t jobs : {1, 4}) {
+  for (const std::size_t jobs : {std::size_t{1}, std::size_t{4}}) {
     std::vector<std::size_t> numbers;
     OrderedRun<std::size_t> run(
         [](std::size_t number) {
