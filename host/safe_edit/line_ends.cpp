@@ -17,13 +17,20 @@ bool HasOneLineEnd(std::string_view text) {
       return false;
     }
   }
-  for (std::size_t place = carriage; place != std::string_view::npos;
+  return !HasStrayReturn(text);
+}
+
+bool HasStrayReturn(std::string_view text) {
+  if (text.find('\n') == std::string_view::npos) {
+    return false;
+  }
+  for (std::size_t place = text.find('\r'); place != std::string_view::npos;
        place = text.find('\r', place + 1)) {
     if (place + 1 == text.size() || text[place + 1] != '\n') {
-      return false;
+      return true;
     }
   }
-  return true;
+  return false;
 }
 
 }  // namespace zevka::host

@@ -10,6 +10,7 @@
 #include "host/safe_edit/guard.h"
 #include "host/safe_edit/leftovers.h"
 #include "host/safe_edit/library_view.h"
+#include "host/safe_edit/line_ends.h"
 #include "host/safe_edit/outline.h"
 #include "host/safe_edit/pairing.h"
 #include "host/safe_edit/plan.h"
@@ -146,7 +147,12 @@ class Edit {
       after = Outline::Read(*result, ResultLimits());
       pairing = pair();
     }
-    if (std::optional<ReasonNote> difference = FindDifference(pairing, *after, *result, edit)) {
+    std::optional<ReasonNote> difference = FindDifference(pairing, *after, *result, edit);
+    if (!difference && edit.removed.empty() && HasStrayReturn(text_)) {
+      // It is in a line for some readers, and ends one for the outline; now there is none.
+      difference = {Reason::kVerifyFailed, "", "a CR among other line ends was altered"};
+    }
+    if (difference) {
       if (difference->reason == Reason::kVerifyFailed) {
         unchanged->rejected = *std::move(result);
       }

@@ -488,6 +488,13 @@ TEST_F(SafeEdits, MixedLineEndsAreNotWrittenOut) {
   ExpectUnchanged(Footer(message), message, Reason::kVerifyFailed);
 }
 
+TEST_F(SafeEdits, StrayReturnsAreNotMendedEither) {
+  // The library would write a line end for the CR, and a delimiter for all readers.
+  const std::string message =
+      "Subject: a\nContent-Type: multipart/mixed; boundary=b\n\n--b\r \nA: b\n\nHi\n--b--\n";
+  ExpectUnchanged(Field(message, "X-A", "1"), message, Reason::kVerifyFailed);
+}
+
 TEST_F(SafeEdits, UnclosedMultipartIsClosedAndKeepsItsLastBody) {
   const std::string message =
       "Content-Type: multipart/mixed; boundary=x\n\n--x\n\nfirst\n--x\n\nlast\n";
