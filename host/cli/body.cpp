@@ -40,7 +40,11 @@ void PrintBody(const Part& part, const BodyOptions& options) {
 }
 
 void ShowBody(const Packer& packer, const InputFile& file, const BodyOptions& options) {
-  const Message message = packer.OpenBytes(ReadInput(file));
+  const std::string bytes = ReadInput(file);
+  if (HoldsSeveralMessages(bytes)) {
+    throw CommandFailure(kExitBadData, "is an mbox with several messages");
+  }
+  const Message message = packer.OpenBytes(bytes);
   const bool isThere = WithPart(packer, message, options.number,
                                 [&options](const Part& part) { PrintBody(part, options); });
   if (!isThere) {

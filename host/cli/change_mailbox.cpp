@@ -56,8 +56,7 @@ class MailboxRun {
 };
 
 std::string MailboxRun::NameOf(std::size_t number) const {
-  std::string name = plan_.inputs[index_].given;
-  return name.append(":").append(std::to_string(number + 1));
+  return NameInMbox(plan_.inputs[index_].given, number + 1);
 }
 
 Worked MailboxRun::Change(std::size_t number) {

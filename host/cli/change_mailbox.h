@@ -13,7 +13,7 @@
 
 namespace zevka::host {
 
-// Works on the input of that number, which is an mbox. Its messages are called "box:1", "box:2" and
+// Works on the input of that number, which is an mbox. Its messages are called "box#1", "box#2" and
 // so on.
 //   jobs  messages at a time
 // Result: false when an interruption stopped it, and there is no new box. Failures are told.

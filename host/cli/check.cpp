@@ -74,7 +74,7 @@ class Checker {
         input.kind == InputKind::kStandardInput ? std::string(kStandardStream) : input.given));
     const bool isMbox = input.kind == InputKind::kMbox ||
                         (input.kind == InputKind::kStandardInput && LooksLikeMbox(bytes));
-    if (isMbox && HoldsSeveral(bytes)) {
+    if (isMbox && HoldsSeveralMessages(bytes)) {
       CheckMbox(input.given, bytes);
     } else {
       CheckOne(input.given, bytes);
@@ -82,18 +82,11 @@ class Checker {
   }
 
  private:
-  // A message that was saved with its separator is a message.
-  static bool HoldsSeveral(std::string_view bytes) {
-    MboxReader reader(bytes);
-    return reader.Next() && reader.Next();
-  }
-
   void CheckMbox(const std::string& file, std::string_view bytes) {
     MboxReader reader(bytes);
     std::size_t number = 0;
     while (const std::optional<MboxEntry> entry = reader.Next()) {
-      std::string name = file;
-      name.append("#").append(std::to_string(++number));
+      const std::string name = NameInMbox(file, ++number);
       session_->Guarded(name, [&] { CheckOne(name, MessageOf(*entry)); });
     }
   }

@@ -195,7 +195,7 @@ class OutputFolder {
   std::map<std::string, int> counts_;  // by wanted name: the count to try next
 };
 
-std::string ManifestLine(const InputFile& file, const Leaf& leaf, const std::string& savedAs) {
+std::string ManifestLine(const InputMessage& file, const Leaf& leaf, const std::string& savedAs) {
   Json object;
   object["file"] = file.given;
   object["part"] = leaf.number;
@@ -209,7 +209,7 @@ std::string ManifestLine(const InputFile& file, const Leaf& leaf, const std::str
 
 class Extraction {
  public:
-  Extraction(const InputFile& file, bool json, OutputFolder* folder)
+  Extraction(const InputMessage& file, bool json, OutputFolder* folder)
       : file_(file), json_(json), folder_(folder) {}
 
   void Write(const Part& part, const std::string& number) {
@@ -239,13 +239,13 @@ class Extraction {
     }
   }
 
-  const InputFile& file_;
+  const InputMessage& file_;
   bool json_;
   OutputFolder* folder_;
 };
 
-void Extract(const Packer& packer, const InputFile& file, bool json, OutputFolder* folder) {
-  const Message message = packer.OpenBytes(ReadInput(file));
+void Extract(const Packer& packer, const InputMessage& file, bool json, OutputFolder* folder) {
+  const Message message = packer.OpenBytes(file.bytes);
   folder->Open();
   Extraction(file, json, folder).Write(message.Root(), "");
 }
@@ -266,7 +266,7 @@ void AddExtract(CLI::App& app, Session& session) {
   command->footer(kHelp);
   command->callback([options, &session] {
     OutputFolder folder({options->output, Absolute(options->output)});
-    session.ForEach(options->files, [&](const Packer& packer, const InputFile& file) {
+    session.ForEachMessage(options->files, [&](const Packer& packer, const InputMessage& file) {
       Extract(packer, file, options->json, &folder);
     });
   });

@@ -47,8 +47,8 @@ bool IsWanted(const HeadersOptions& options, const HeaderField& field) {
                                             Lower(field.name)) != options.names.end();
 }
 
-void ShowHeaders(const Packer& packer, const InputFile& file, const HeadersOptions& options) {
-  const Message message = packer.OpenBytes(ReadInput(file));
+void ShowHeaders(const Packer& packer, const InputMessage& file, const HeadersOptions& options) {
+  const Message message = packer.OpenBytes(file.bytes);
   std::string prefix;
   if (options.files.size() > 1) {
     prefix = Printable(file.given);
@@ -82,9 +82,10 @@ void AddHeaders(CLI::App& app, Session& session) {
   command->callback([options, &session] {
     std::transform(options->names.begin(), options->names.end(), options->names.begin(),
                    [](const std::string& name) { return Lower(name); });
-    session.ForEach(options->files, [&options](const Packer& packer, const InputFile& file) {
-      ShowHeaders(packer, file, *options);
-    });
+    session.ForEachMessage(options->files,
+                           [&options](const Packer& packer, const InputMessage& file) {
+                             ShowHeaders(packer, file, *options);
+                           });
   });
 }
 

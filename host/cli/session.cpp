@@ -8,9 +8,11 @@
 #include <exception>
 #include <filesystem>
 #include <new>
+#include <optional>
 #include <system_error>
 
 #include "host/kit/disk.h"
+#include "host/kit/mbox.h"
 #include "host/kit/scratch_folder.h"
 #include "host/kit/text.h"
 
@@ -66,6 +68,19 @@ std::string ReadInput(const InputFile& file) {
   } catch (const Failure& failure) {
     throw CommandFailure(kExitNoInput, failure.what());
   }
+}
+
+bool HoldsSeveralMessages(std::string_view bytes) {
+  if (!LooksLikeMbox(bytes)) {
+    return false;
+  }
+  MboxReader reader(bytes);
+  return reader.Next() && reader.Next();
+}
+
+std::string NameInMbox(const std::string& given, std::size_t number) {
+  std::string name = given;
+  return name.append("#").append(std::to_string(number));
 }
 
 void Print(std::string_view text) {
@@ -161,6 +176,23 @@ void Session::ForEach(const std::vector<std::string>& files,
   WithPacker([&](const Packer& packer) {
     for (const InputFile& input : inputs) {
       Guarded(input.given, [&] { work(packer, input); });
+    }
+  });
+}
+
+void Session::ForEachMessage(const std::vector<std::string>& files,
+                             const std::function<void(const Packer&, const InputMessage&)>& work) {
+  ForEach(files, [&](const Packer& packer, const InputFile& file) {
+    const std::string bytes = ReadInput(file);
+    if (!HoldsSeveralMessages(bytes)) {
+      work(packer, {file.given, bytes});
+      return;
+    }
+    MboxReader reader(bytes);
+    std::size_t number = 0;
+    while (const std::optional<MboxEntry> entry = reader.Next()) {
+      const std::string name = NameInMbox(file.given, ++number);
+      Guarded(name, [&] { work(packer, {name, MessageOf(*entry)}); });
     }
   });
 }

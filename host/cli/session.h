@@ -10,6 +10,7 @@
 
 #include <zevka/host.h>
 
+#include <cstddef>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -35,6 +36,20 @@ InputFile NamedInput(const std::string& given);
 // The bytes of a message file or of standard input. Throws CommandFailure.
 std::string ReadInput(const InputFile& file);
 
+// One message of an input.
+struct InputMessage {
+  std::string
+      given;  // as it is spoken of: the file as it was named, "FILE#2" for the second of an mbox
+  std::string bytes;
+};
+
+// Whether the bytes are those of an mbox with several messages. A message that was saved with its
+// separator is a message.
+bool HoldsSeveralMessages(std::string_view bytes);
+
+// How the message of that number, from 1 on, of an mbox is spoken of.
+std::string NameInMbox(const std::string& given, std::size_t number);
+
 // The path from the root.
 std::string Absolute(const std::string& path);
 
@@ -57,6 +72,10 @@ class Session {
   // follows.
   void ForEach(const std::vector<std::string>& files,
                const std::function<void(const Packer&, const InputFile&)>& work);
+
+  // The same for each message: an mbox file is taken apart.
+  void ForEachMessage(const std::vector<std::string>& files,
+                      const std::function<void(const Packer&, const InputMessage&)>& work);
 
   // Runs `work`; what it throws becomes a line and a status for `subject`. False when it threw.
   bool Guarded(const std::string& subject, const std::function<void()>& work);

@@ -177,8 +177,8 @@ void PrintJson(const Overview& overview, const TreePart& root) {
   Print(JsonLine(object));
 }
 
-void Show(const Packer& packer, const InputFile& file, bool json) {
-  const std::string bytes = ReadInput(file);
+void Show(const Packer& packer, const InputMessage& file, bool json) {
+  const std::string& bytes = file.bytes;
   const Message message = packer.OpenBytes(bytes);
   const std::string lineEnd = message.LineEnd();
   Overview overview;
@@ -207,9 +207,10 @@ void AddShow(CLI::App& app, Session& session) {
   command->add_flag("--json", options->json, "Print JSON Lines, one object a message");
   command->footer(kHelp);
   command->callback([options, &session] {
-    session.ForEach(options->files, [&options](const Packer& packer, const InputFile& file) {
-      Show(packer, file, options->json);
-    });
+    session.ForEachMessage(options->files,
+                           [&options](const Packer& packer, const InputMessage& file) {
+                             Show(packer, file, options->json);
+                           });
   });
 }
 

@@ -168,8 +168,8 @@ class Mailboxes(BatchTest):
     def test_messages_of_a_box_go_to_a_new_one(self):
         path = self.file("box", BOX)
         result = self.zevka("set-header", "Subject", "New", "box", "--output", "new")
-        self.assertEqual(result.out, "box:1: field set\nbox:2: unchanged (dkim)\n"
-                                     "box:3: field set\n")
+        self.assertEqual(result.out, "box#1: field set\nbox#2: unchanged (dkim)\n"
+                                     "box#3: field set\n")
         self.assertEqual(result.status, NOT_AS_ASKED)
         first, second, third = BOX.split(b"From ada@example.org ")[1:]
         expected = [first.replace(b"Hi", b"New"), second, third.replace(b"Hi", b"New")]
@@ -198,8 +198,8 @@ class Mailboxes(BatchTest):
         self.footer("box", "-o", "new")
         before = (self.folder / "new").stat().st_ino
         result = self.footer("box", "-o", "new")
-        self.assertEqual(result.out, "box:1: unchanged (footer-marked)\n"
-                         "box:2: unchanged (dkim)\nbox:3: unchanged (footer-marked)\n")
+        self.assertEqual(result.out, "box#1: unchanged (footer-marked)\n"
+                         "box#2: unchanged (dkim)\nbox#3: unchanged (footer-marked)\n")
         self.assertEqual((self.folder / "new").stat().st_ino, before)
         self.file("new", BOX)
         result = self.footer("box", "-o", "new")

@@ -215,3 +215,43 @@ class ShowJson(CommandTest):
         result = self.zevka("show", "--json", "a.eml", "b.eml")
         self.assertEqual([json.loads(line)["file"] for line in result.out.splitlines()],
                          ["a.eml", "b.eml"])
+
+
+BOX = (b"From ada@example.org Mon Mar  3 09:15:00 2025\nSubject: One\n\nFirst.\n\n"
+       b"From ada@example.org Mon Mar  3 09:16:00 2025\nSubject: Two\n\nSecond.\n")
+
+
+class Mailbox(CommandTest):
+    """An mbox file is taken apart, and every message of it is one."""
+
+    def test_each_message_is_shown(self):
+        self.file("box", BOX)
+        result = self.zevka("show", "--json", "box")
+        self.assert_done(result)
+        self.assertEqual([(entry["file"], entry["subject"])
+                          for entry in map(json.loads, result.out.splitlines())],
+                         [("box#1", "One"), ("box#2", "Two")])
+
+    def test_each_message_has_its_headers(self):
+        self.file("box", BOX)
+        result = self.zevka("headers", "--name", "Subject", "box")
+        self.assert_done(result)
+        self.assertIn("One", result.out)
+        self.assertIn("Two", result.out)
+
+    def test_each_message_is_extracted(self):
+        self.file("box", BOX)
+        self.assert_done(self.zevka("extract", "-o", "out", "box"))
+        bodies = sorted(path.read_bytes() for path in (self.folder / "out").glob("part-*"))
+        self.assertEqual([body.strip() for body in bodies], [b"First.", b"Second."])
+
+    def test_a_body_is_asked_of_one_message(self):
+        self.file("box", BOX)
+        self.assert_refused(self.zevka("body", "--part", "1", "box"), "box",
+                            "is an mbox with several messages", BAD_DATA)
+
+    def test_a_message_with_its_separator_is_a_message(self):
+        self.file("one", BOX[:BOX.index(b"\n\nFrom ") + 1])
+        result = self.zevka("show", "one")
+        self.assert_done(result)
+        self.assertTrue(result.out.startswith("one: "), result.out)
