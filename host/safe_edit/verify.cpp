@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <set>
 
 #include "host/kit/text.h"
 #include "host/safe_edit/footer_marks.h"
@@ -36,10 +37,21 @@ bool SameBody(const OutlinePart& before, const OutlinePart& after) {
          (IsWhollyDecoded(before) && DecodedBody(before) == DecodedBody(after));
 }
 
+// Whether characters of the part's text take more than one byte each, so that a footer in ASCII
+// behind it is noise.
+bool IsWideText(const OutlinePart& part) {
+  const std::string charset = Lower(FindParameter(part, "content-type", "charset").value_or(""));
+  const auto begins = [&charset](std::string_view family) { return charset.starts_with(family); };
+  return begins("utf-16") || begins("utf-32") || begins("iso-10646-ucs") || begins("ucs-");
+}
+
 // The body must be the old one with nothing but the footer behind it.
 Difference DifferenceOfEditedBody(const PartPair& pair, std::string_view plainFooter) {
   if (!IsWhollyDecoded(*pair.before)) {
     return Failed(*pair.before, "the text is not all base64, and would be altered");
+  }
+  if (IsWideText(*pair.before)) {
+    return ReasonNote{Reason::kRefused, pair.before->number, "no footer fits the text's charset"};
   }
   const std::string before = DecodedBody(*pair.before);
   const std::string after = DecodedBody(*pair.after);
@@ -116,6 +128,24 @@ Difference DifferenceOfWrapper(const Pairing& pairing, const Outline& after) {
   return std::nullopt;
 }
 
+// A closing delimiter that was written for one multipart would close another of the same boundary
+// for readers that begin at the outer one, and hide what follows.
+Difference DifferenceOfClosing(const Pairing& pairing) {
+  std::multiset<std::string_view> boundaries;
+  for (const PartPair& pair : pairing.pairs) {
+    if (pair.before->kind == OutlineKind::kMultipart) {
+      boundaries.insert(pair.before->boundary);
+    }
+  }
+  for (const PartPair& pair : pairing.pairs) {
+    if (!pair.before->isClosed && pair.after->isClosed &&
+        boundaries.count(pair.before->boundary) > 1) {
+      return Failed(*pair.before, "cannot be closed: it shares its boundary");
+    }
+  }
+  return std::nullopt;
+}
+
 // Whether what was asked for is there.
 Difference MissingWish(const Pairing& pairing, const Outline& after, const AppliedEdit& edit) {
   if (const std::string name = MissingField(after.Message(), edit); !name.empty()) {
@@ -146,6 +176,9 @@ std::optional<ReasonNote> FindDifference(const Pairing& pairing, const Outline& 
   }
   if (Difference broken = DifferenceOfWrapper(pairing, after)) {
     return broken;
+  }
+  if (Difference closed = DifferenceOfClosing(pairing)) {
+    return closed;
   }
   for (const PartPair& pair : pairing.pairs) {
     if (Difference difference = DifferenceOfFieldsOf(pairing, pair, after, edit)) {

@@ -488,6 +488,15 @@ TEST_F(SafeEdits, MixedLineEndsAreNotWrittenOut) {
   ExpectUnchanged(Footer(message), message, Reason::kVerifyFailed);
 }
 
+TEST_F(SafeEdits, TextOfWideCharactersGetsNoFooter) {
+  // "hi" LF in UTF-16.
+  const std::string message =
+      "Content-Type: text/plain; charset=\"UTF-16LE\"\nContent-Transfer-Encoding: "
+      "base64\n\naABpAAoA\n";
+  ExpectUnchanged(Footer(message), message, Reason::kRefused);
+  EXPECT_TRUE(Field(message, "X-A", "1").changed);
+}
+
 TEST_F(SafeEdits, StrayReturnsAreNotMendedEither) {
   // The library would write a line end for the CR, and a delimiter for all readers.
   const std::string message =

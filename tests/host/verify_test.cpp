@@ -213,6 +213,16 @@ TEST(Verify, TextBehindAClosedMultipartMayNotCome) {
   ExpectFound(message, message + "new\n", Reason::kVerifyFailed);
 }
 
+TEST(Verify, SharedBoundaryIsNotClosedAnew) {
+  const std::string head =
+      "Content-Type: multipart/mixed; boundary=b\n\n--b\n"
+      "Content-Type: multipart/mixed; boundary=c\n\n--c\n"
+      "Content-Type: multipart/mixed; boundary=b\n\n--b\n\none\n";
+  const std::string tail = "--c\n\ntwo\n--c--\n--b--\n";
+  ExpectFound(head + tail, head + "--b--\n" + tail, Reason::kVerifyFailed);
+  EXPECT_FALSE(Difference(head + "--b--\n" + tail, head + "--b--\n" + tail).has_value());
+}
+
 TEST(Verify, EmbeddedMessageTakesNoFooter) {
   const std::string message = "Content-Type: message/rfc822\n\nA: b\n\nHi\n";
   ExpectFound(message, message, Reason::kRefused, FooterEdit());
