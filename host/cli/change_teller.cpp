@@ -43,7 +43,7 @@ void ChangeTeller::Show(const std::string& text) {
   if (::isatty(STDOUT_FILENO) == 1) {
     progress_.Interrupt([&] {
       Print(text);
-      std::fflush(stdout);
+      FlushPrinted();
     });
   } else {
     Print(text);

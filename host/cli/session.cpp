@@ -90,11 +90,15 @@ void Print(std::string_view text) {
   }
 }
 
-int EndOfPrinting() {
+void FlushPrinted() {
   errno = 0;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  if (std::fflush(stdout) != 0) {
     NotePrintError();
   }
+}
+
+int EndOfPrinting() {
+  FlushPrinted();
   return firstPrintError;
 }
 
@@ -118,7 +122,7 @@ void Session::Say(std::string_view text) {
 void Session::WriteError(const std::string& line) {
   const std::lock_guard guard(mutex_);
   // What was said on standard output before stands before it.
-  std::fflush(stdout);
+  FlushPrinted();
   if (writeError) {
     writeError(line);
   } else {

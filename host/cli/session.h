@@ -55,6 +55,8 @@ std::string Absolute(const std::string& path);
 
 // Text to standard output. Used by one thread at a time.
 void Print(std::string_view text);
+// Hands on what was printed so far.
+void FlushPrinted();
 // Brings standard output to its end. Result: 0, or the errno of the first failure since the start.
 int EndOfPrinting();
 
