@@ -33,12 +33,6 @@ std::string_view WithoutBlanksBehind(std::string_view line) {
   return line.substr(0, line.find_last_not_of(" \t") + 1);
 }
 
-bool IsAttached(const OutlinePart& part) {
-  const OutlineField* disposition = FindField(part, "content-disposition");
-  return disposition != nullptr &&
-         Lower(Trim(Unfolded(disposition->value))).starts_with("attachment");
-}
-
 // Depth first, with a list of its own: nesting is the sender's choice.
 std::vector<const OutlinePart*> PlainTexts(const Outline& message,
                                            const std::set<std::string>& removed) {
@@ -61,6 +55,12 @@ std::vector<const OutlinePart*> PlainTexts(const Outline& message,
 }
 
 }  // namespace
+
+bool IsAttached(const OutlinePart& part) {
+  const OutlineField* disposition = FindField(part, "content-disposition");
+  return disposition != nullptr &&
+         Lower(Trim(Unfolded(disposition->value))).starts_with("attachment");
+}
 
 std::string PlainFooter(std::string_view text) {
   const std::string lines = WithLineFeeds(text);

@@ -21,6 +21,9 @@ std::string PlainFooter(std::string_view text);
 //   text  a decoded body; plainFooter  as PlainFooter gives it, not empty
 bool EndsWithFooter(std::string_view text, std::string_view plainFooter);
 
+// Whether the part says of itself that it is attached rather than shown (RFC 2183 2).
+bool IsAttached(const OutlinePart& part);
+
 // Whether the message has a marker field of that name with this digest.
 bool IsMarked(const OutlinePart& message, std::string_view markerField, std::string_view digest);
 

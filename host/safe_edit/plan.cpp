@@ -49,6 +49,22 @@ bool IsPartNumber(std::string_view number) {
   return digitBefore;
 }
 
+// Why a footer would change something else than a text for people; empty when it would not.
+std::string NoPlaceForFooter(const OutlinePart& message, std::string_view footer) {
+  // Other footers get a part of their own.
+  const bool goesInline = std::all_of(footer.begin(), footer.end(), [](char character) {
+    return static_cast<unsigned char>(character) < 0x80;
+  });
+  if (message.mediaType == "message/partial") {
+    return "is a piece of a larger message";
+  }
+  if (goesInline && message.kind == OutlineKind::kLeaf && message.mediaType == "text/plain" &&
+      IsAttached(message)) {
+    return "its only text is an attached file";
+  }
+  return {};
+}
+
 void PlanFooter(const Outline& message, const Wishes& wishes, const EditOptions& options,
                 Plan* plan) {
   if (wishes.footer.empty()) {
@@ -62,6 +78,10 @@ void PlanFooter(const Outline& message, const Wishes& wishes, const EditOptions&
   const std::string plain = PlainFooter(wishes.footer);
   if (const OutlinePart* part = PartWithFooter(message, plain, plan->edit.removed)) {
     plan->fulfilled.push_back({Reason::kFooterPresent, part->number, ""});
+    return;
+  }
+  if (const std::string reason = NoPlaceForFooter(message.Message(), plain); !reason.empty()) {
+    plan->impossible.push_back({Reason::kRefused, "", reason});
     return;
   }
   plan->edit.plainFooter = plain;

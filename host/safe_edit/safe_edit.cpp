@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/safe_edit/field_texts.h"
 #include "host/safe_edit/guard.h"
 #include "host/safe_edit/leftovers.h"
 #include "host/safe_edit/library_view.h"
@@ -52,11 +53,12 @@ Part FindPart(const Message& message, const std::string& number) {
 // Has the library do the edit. Throws Failure when it does not.
 std::string Applied(Message& message, const AppliedEdit& edit, const Wishes& wishes) {
   Part root = message.Root();
-  for (const FieldWish& field : edit.fields) {
+  for (std::size_t index = 0; index < edit.fields.size(); ++index) {
+    const FieldWish& field = edit.fields[index];
     if (field.add) {
-      root.AddField(field.name, field.value);
+      root.AddField(field.name, GivenValue(field, index));
     } else {
-      root.SetField(field.name, field.value);
+      root.SetField(field.name, GivenValue(field, index));
     }
   }
   // All are found before one goes: numbers count the parts that are left.
@@ -134,6 +136,9 @@ class Edit {
     }
     if (isPrepared) {
       result = preparation.Restored(*std::move(result), ResultLimits());
+    }
+    if (HaveStandIns(edit.fields)) {
+      result = WithFieldTexts(edit.fields, Outline::Read(*result, ResultLimits()), *result);
     }
     std::optional<Outline> after = Outline::Read(*result, ResultLimits());
     const auto pair = [&] {

@@ -190,6 +190,20 @@ TEST_F(SafeEdits, FooterElsewhereDoesNotCount) {
   }
 }
 
+TEST_F(SafeEdits, FooterDoesNotGoIntoAFileOrAPieceOfAMessage) {
+  const std::string file =
+      "Content-Type: text/plain; name=a.csv\nContent-Disposition: ATTACHMENT; "
+      "filename=a.csv\n\n1,2\n";
+  ExpectUnchanged(Footer(file), file, Reason::kRefused);
+  Wishes wishes;
+  wishes.footer =
+      "Gepr\xC3\xBC"
+      "ft";  // gets a part of its own
+  EXPECT_TRUE(SafeEdit(packer_, file, wishes).changed);
+  const std::string piece = "Content-Type: message/partial; number=1; id=x\n\nSubject: a\n\nHi\n";
+  ExpectUnchanged(Footer(piece), piece, Reason::kRefused);
+}
+
 TEST_F(SafeEdits, MarkerFieldHasTheNameThatTheHostGives) {
   EditOptions options;
   options.markerField = "X-Gate";
@@ -216,6 +230,40 @@ TEST_F(SafeEdits, FieldIsAddedAtTheEndOfTheFields) {
             "From: ada@example.org\nSubject: Hi\nX-Checked: yes\n\nHello.\n");
   EXPECT_EQ(Field(kPlain, "Subject", "Ho", true).bytes,
             "From: ada@example.org\nSubject: Hi\nSubject: Ho\n\nHello.\n");
+}
+
+TEST_F(SafeEdits, FieldInUtf8IsWrittenInWordsThatStandAlone) {
+  const EditResult result = Field(kPlain, "Subject", "Hello w\xC3\xB6rld");
+  ASSERT_TRUE(result.changed) << result.reasons.front().detail;
+  EXPECT_EQ(result.bytes,
+            "From: ada@example.org\nSubject: Hello =?utf-8?q?w=C3=B6rld?=\n\nHello.\n");
+  ExpectUnchanged(Field(result.bytes, "Subject", "Hello w\xC3\xB6rld"), result.bytes,
+                  Reason::kAsWanted);
+}
+
+TEST_F(SafeEdits, LongFieldInUtf8IsWholeAndFolded) {
+  std::string value;
+  std::string words;
+  for (int count = 0; count < 400; ++count) {
+    value += count == 0 ? "caf\xC3\xA9" : " bar caf\xC3\xA9";
+    words += count == 0 ? "=?utf-8?q?caf=C3=A9?=" : " bar =?utf-8?q?caf=C3=A9?=";
+  }
+  const EditResult result = Field(WithLineEnds(kPlain, "\r\n"), "X-Long", value);
+  ASSERT_TRUE(result.changed) << result.reasons.front().detail;
+  std::string unfolded;
+  std::size_t begin = result.bytes.find("X-Long: ") + 8;
+  while (begin != std::string::npos) {
+    const std::size_t end = result.bytes.find("\r\n", begin);
+    EXPECT_LE(end - begin, 78U);
+    unfolded += result.bytes.substr(begin, end - begin);
+    begin = result.bytes[end + 2] == ' ' ? end + 2 : std::string::npos;
+  }
+  EXPECT_EQ(unfolded, words);
+}
+
+TEST_F(SafeEdits, EncodedWordsThatAreGivenStayAsTheyAreSpelled) {
+  EXPECT_EQ(Field(kPlain, "X-A", "=?utf-8?q?caf=C3=A9?=").bytes,
+            "From: ada@example.org\nSubject: Hi\nX-A: =?utf-8?q?caf=C3=A9?=\n\nHello.\n");
 }
 
 TEST_F(SafeEdits, FieldThatHasTheValueAlreadyLeavesTheMessageAlone) {
