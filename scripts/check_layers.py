@@ -4,8 +4,9 @@
     check_layers.py ROOT
 
 Library folders stand in ranks; host/ and examples/ see the public headers and themselves only
-(examples/ also host/); tests are free. Inside a folder the headers form no circle. Fails on the
-first breach and names its file and line.
+(examples/ also host/); tests are free. The floors of host/ are the loader and kit/, safe_edit/ above
+them and cli/ on top. Inside a folder the headers form no circle. Fails on the first breach and names
+its file and line.
 """
 
 import pathlib
@@ -25,6 +26,8 @@ OUTSIDE = {
     "host": {"host"},
     "examples": {"examples", "host"},
 }
+# The floors of host/, from the ground up; the loader's files stand with the first.
+HOST_FLOORS = ["host/kit", "host/safe_edit", "host/cli"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
@@ -68,6 +71,18 @@ def check_target(root, path, line, bracket, target, allowed):
         fail(path, line, f'"{target}" is out of reach from here')
 
 
+def host_floor(path):
+    """The floor that a file of host/ stands on."""
+    folder = path.rsplit("/", 1)[0]
+    return HOST_FLOORS.index(folder) if folder in HOST_FLOORS else 0
+
+
+def check_host_floor(path, line, target):
+    if path.startswith("host/") and target.startswith("host/") and (
+            host_floor(target) > host_floor(path)):
+        fail(path, line, f'"{target}" is on a higher floor')
+
+
 def check_folder(root, folder, allowed):
     """All includes of a folder; gives the graph of its headers with the line of each edge."""
     graph = {}
@@ -76,6 +91,7 @@ def check_folder(root, folder, allowed):
         edges = graph.setdefault(path, []) if file.suffix == ".h" else []
         for line, bracket, target in includes_of(file):
             check_target(root, path, line, bracket, target, allowed)
+            check_host_floor(path, line, target)
             edges.append((line, f"include/{target}" if target.startswith("zevka/") else target))
     return graph
 
