@@ -80,6 +80,8 @@ class ReplaceRaceTest(CommandTest):
             while process.poll() is None and not any(path.name.count("-") == hyphens
                                                      for path in scene.files()):
                 time.sleep(0.001)
+            # The command still looks at the files between the name and the held call.
+            time.sleep(self.DELAY_US / 4e6)
             interfere()
             error = process.communicate(timeout=killing.LONGEST_RUN_S)[1].decode()
         return process.returncode, error
