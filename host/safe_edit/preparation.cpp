@@ -118,7 +118,7 @@ std::string Preparation::Prepared(const Outline& message, std::string_view text)
   return patches.empty() ? masked : Patched(masked, std::move(patches));
 }
 
-std::string Preparation::Restored(std::string result, const OutlineLimits& limits) const {
+std::string Preparation::Restored(const std::string& result, const OutlineLimits& limits) const {
   const Outline outline = Outline::Read(result, limits);
   std::string restored = result;
   if (hasSignatures_) {

@@ -34,7 +34,7 @@ class Preparation {
   //   text  what the outline was read from
   std::string Prepared(const Outline& message, std::string_view text) const;
   // The library's result without the signs of the preparation.
-  std::string Restored(std::string result, const OutlineLimits& limits) const;
+  std::string Restored(const std::string& result, const OutlineLimits& limits) const;
 
  private:
   bool hasSignatures_ = false;

@@ -135,7 +135,7 @@ class Edit {
       return std::nullopt;
     }
     if (isPrepared) {
-      result = preparation.Restored(*std::move(result), ResultLimits());
+      result = preparation.Restored(*result, ResultLimits());
     }
     if (HaveStandIns(edit.fields)) {
       result = WithFieldTexts(edit.fields, Outline::Read(*result, ResultLimits()), *result);
