@@ -33,7 +33,7 @@ class RemovePart(CommandTest):
         result = self.zevka("remove-part", "--part", "1.2", "--part", "2", "m.eml")
         self.assertEqual(result.out, "m.eml: parts removed\n")
         self.assert_done(result)
-        # Part 1.2 is the image, part 2 the attached text.
+        # Number 1.2 is the image, number 2 the attached text.
         self.assertEqual(leaves(path.read_bytes()), before[:-2])
         self.assertIn(b"\nX-Zevka-Removed: 1.2, 2\r\n", path.read_bytes())
 
