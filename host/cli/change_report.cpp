@@ -45,20 +45,6 @@ std::string_view FailureCode(ExitStatus status) {
   return "bad-data";
 }
 
-ExitStatus StatusOf(DiskTrouble trouble) {
-  switch (trouble) {
-    case DiskTrouble::kCannotRead:
-      return kExitNoInput;
-    case DiskTrouble::kCannotCreate:
-      return kExitCannotCreate;
-    case DiskTrouble::kCannotWrite:
-      return kExitIoError;
-    case DiskTrouble::kTryAgain:
-      break;
-  }
-  return kExitTryAgain;
-}
-
 ExitStatus StatusOf(const std::vector<ReasonNote>& reasons) {
   ExitStatus status = kExitDone;
   for (const ReasonNote& note : reasons) {

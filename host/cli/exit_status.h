@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "host/kit/disk.h"
+
 namespace zevka::host {
 
 enum ExitStatus : int {
@@ -20,6 +22,9 @@ enum ExitStatus : int {
   kExitIoError = 74,       // reading or writing failed on the way
   kExitTryAgain = 75,      // may go well later: somebody else changed the file, no memory
 };
+
+// How the command ends when that stood in the way.
+ExitStatus StatusOf(DiskTrouble trouble);
 
 // A failure that says how the command is to end.
 class CommandFailure : public Failure {

@@ -47,20 +47,6 @@ struct ExtractOptions {
   bool json = false;
 };
 
-ExitStatus StatusOf(DiskTrouble trouble) {
-  switch (trouble) {
-    case DiskTrouble::kCannotRead:
-      return kExitNoInput;
-    case DiskTrouble::kCannotWrite:
-      return kExitIoError;
-    case DiskTrouble::kTryAgain:
-      return kExitTryAgain;
-    case DiskTrouble::kCannotCreate:
-      break;
-  }
-  return kExitCannotCreate;
-}
-
 // A part that is written.
 struct Leaf {
   std::string number;
