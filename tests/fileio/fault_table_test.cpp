@@ -104,6 +104,68 @@ TEST_F(FaultTableTest, EveryEntryFailsInItsOwnWay) {
   EXPECT_EQ(SizeOf(name), 0);
 }
 
+TEST_F(FaultTableTest, AShortWriteTakesHalfOfItsItems) {
+  FaultTable faults;
+  void* const handle = Open(Path("f"), "w+b");
+  faults.Plan({.entry = FileEntry::kWrite, .n = 2, .kind = FaultKind::kShort, .error = ENOSPC});
+  EXPECT_EQ(FileWrite("abcd", 1, 4, handle), 4U);
+  errno = 0;
+  EXPECT_EQ(FileWrite("efghi", 1, 5, handle), 2U);
+  EXPECT_EQ(errno, ENOSPC);
+  EXPECT_EQ(FileWrite("xyz", 1, 3, handle), 3U);
+  EXPECT_EQ(FileError(handle), 0);
+  EXPECT_EQ(faults.Faults(), 1);
+  FileClose(handle);
+  EXPECT_EQ(Contents(Path("f")), "abcdefxyz");
+}
+
+TEST_F(FaultTableTest, AShortWriteOfOneItemCountsNothingAndLeavesHalfOfIt) {
+  FaultTable faults;
+  void* const handle = Open(Path("f"), "w+b");
+  faults.Plan({.entry = FileEntry::kWrite, .kind = FaultKind::kShort, .fromThenOn = true});
+  EXPECT_EQ(FileWrite("abcdef", 6, 1, handle), 0U);
+  EXPECT_EQ(FileWrite("x", 1, 1, handle), 0U);
+  EXPECT_EQ(faults.Faults(), 2);
+  faults.FailNothing();
+  FileClose(handle);
+  EXPECT_EQ(Contents(Path("f")), "abc");
+}
+
+TEST_F(FaultTableTest, AShortReadGivesHalfOfWhatWasAskedFor) {
+  FaultTable faults;
+  MakeFile(Path("f"), "abcdefgh");
+  void* const handle = Open(Path("f"), "rb");
+  faults.Plan({.entry = FileEntry::kRead, .kind = FaultKind::kShort});
+  std::string bytes(6, '.');
+  EXPECT_EQ(FileRead(bytes.data(), 1, 6, handle), 3U);
+  EXPECT_EQ(bytes, "abc...");
+  EXPECT_EQ(FileEof(handle), 0);
+  EXPECT_EQ(FileRead(bytes.data(), 1, 5, handle), 5U);
+  EXPECT_EQ(bytes, "defgh.");
+  FileClose(handle);
+}
+
+TEST_F(FaultTableTest, WithErrorFlagsAFaultIsSeenUntilItIsClearedOrTheFileClosed) {
+  FaultTable faults;
+  faults.SetErrorFlags(true);
+  void* const handle = Open(Path("f"), "w+b");
+  faults.FailOnce(FileEntry::kWrite, 1);
+  EXPECT_EQ(Write(handle, "a"), 0U);
+  EXPECT_NE(FileError(handle), 0);
+  EXPECT_EQ(Write(handle, "b"), 1U);
+  EXPECT_NE(FileError(handle), 0);
+  FileClearError(handle);
+  EXPECT_EQ(FileError(handle), 0);
+  faults.FailOnce(FileEntry::kRead, 1);
+  char byte = 'x';
+  EXPECT_EQ(FileRead(&byte, 1, 1, handle), 0U);
+  EXPECT_NE(FileError(handle), 0);
+  FileClose(handle);
+  void* const again = Open(Path("f"), "rb");
+  EXPECT_EQ(FileError(again), 0);
+  FileClose(again);
+}
+
 TEST(FaultTable, PutsTheFormerEntriesBack) {
   auto* const before = CurrentFileOperations().open;
   {

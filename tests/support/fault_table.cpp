@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <limits>
+#include <mutex>
+#include <set>
 
 namespace zevka::test {
 namespace {
@@ -14,9 +16,13 @@ struct State {
   std::array<std::atomic<int>, kFileEntryCount> calls{};
   std::atomic<int> faults = 0;
   FileEntry entry = FileEntry::kOpen;
+  FaultKind kind = FaultKind::kFail;
   int firstBad = kNever;
   int lastBad = 0;
   int error = 0;
+  bool setsFlags = false;
+  std::mutex flaggedMutex;
+  std::set<void*> flagged;  // handles whose error flag is set
 };
 
 State state;
@@ -32,15 +38,47 @@ bool Fails(FileEntry entry) {
   return true;
 }
 
-void Plan(FileEntry entry, int firstBad, int lastBad, int error) {
+void Start(const Fault& fault, int lastBad) {
   for (std::atomic<int>& calls : state.calls) {
     calls = 0;
   }
   state.faults = 0;
-  state.entry = entry;
-  state.firstBad = firstBad;
+  state.entry = fault.entry;
+  state.kind = fault.kind;
+  state.firstBad = fault.n;
   state.lastBad = lastBad;
-  state.error = error;
+  state.error = fault.error;
+}
+
+void Flag(void* handle) {
+  if (state.setsFlags) {
+    const std::lock_guard guard(state.flaggedMutex);
+    state.flagged.insert(handle);
+  }
+}
+
+void Unflag(void* handle) {
+  const std::lock_guard guard(state.flaggedMutex);
+  state.flagged.erase(handle);
+}
+
+bool IsFlagged(void* handle) {
+  const std::lock_guard guard(state.flaggedMutex);
+  return state.flagged.count(handle) != 0;
+}
+
+// A read or write that fails, or half of it, passed on by `pass`.
+template <typename Pass>
+std::size_t FailItems(std::size_t itemSize, std::size_t itemCount, void* handle, const Pass& pass) {
+  Flag(handle);
+  std::size_t done = 0;
+  if (state.kind == FaultKind::kShort && itemCount > 1) {
+    done = pass(itemSize, itemCount / 2);
+  } else if (state.kind == FaultKind::kShort && itemSize > 1) {
+    static_cast<void>(pass(1, itemSize / 2));
+  }
+  errno = state.error;
+  return done;
 }
 
 void* GetBuffer(const char* name) {
@@ -73,6 +111,7 @@ int LayerInit() {
 
 void ClearError(void* handle) {
   ++state.calls[static_cast<std::size_t>(FileEntry::kClearError)];
+  Unflag(handle);
   state.real.clearError(handle);
 }
 
@@ -81,7 +120,7 @@ int Eof(void* handle) {
 }
 
 int Error(void* handle) {
-  return Fails(FileEntry::kError) ? 1 : state.real.error(handle);
+  return Fails(FileEntry::kError) || IsFlagged(handle) ? 1 : state.real.error(handle);
 }
 
 int Rename(const char* oldName, const char* newName) {
@@ -93,10 +132,16 @@ int Stat(const char* name, struct stat* out) {
 }
 
 void* Open(const char* name, const char* mode) {
-  return Fails(FileEntry::kOpen) ? nullptr : state.real.open(name, mode);
+  if (Fails(FileEntry::kOpen)) {
+    return nullptr;
+  }
+  void* const handle = state.real.open(name, mode);
+  Unflag(handle);
+  return handle;
 }
 
 int Close(void* handle) {
+  Unflag(handle);
   if (!Fails(FileEntry::kClose)) {
     return state.real.close(handle);
   }
@@ -106,7 +151,12 @@ int Close(void* handle) {
 }
 
 std::size_t Read(void* buffer, std::size_t itemSize, std::size_t itemCount, void* handle) {
-  return Fails(FileEntry::kRead) ? 0 : state.real.read(buffer, itemSize, itemCount, handle);
+  if (!Fails(FileEntry::kRead)) {
+    return state.real.read(buffer, itemSize, itemCount, handle);
+  }
+  return FailItems(itemSize, itemCount, handle, [&](std::size_t size, std::size_t count) {
+    return state.real.read(buffer, size, count, handle);
+  });
 }
 
 int Remove(const char* name) {
@@ -122,7 +172,12 @@ int Seek(void* handle, std::int64_t offset, int whence) {
 }
 
 std::size_t Write(const void* buffer, std::size_t itemSize, std::size_t itemCount, void* handle) {
-  return Fails(FileEntry::kWrite) ? 0 : state.real.write(buffer, itemSize, itemCount, handle);
+  if (!Fails(FileEntry::kWrite)) {
+    return state.real.write(buffer, itemSize, itemCount, handle);
+  }
+  return FailItems(itemSize, itemCount, handle, [&](std::size_t size, std::size_t count) {
+    return state.real.write(buffer, size, count, handle);
+  });
 }
 
 constexpr FileOperationTable kFaultyEntries = {
@@ -151,6 +206,8 @@ constexpr FileOperationTable kFaultyEntries = {
 
 FaultTable::FaultTable() : wrapped_(CurrentFileOperations()) {
   state.real = wrapped_;
+  state.setsFlags = false;
+  state.flagged.clear();
   FailNothing();
   CurrentFileOperations() = kFaultyEntries;
 }
@@ -159,16 +216,24 @@ FaultTable::~FaultTable() {
   CurrentFileOperations() = wrapped_;
 }
 
+void FaultTable::Plan(const Fault& fault) {
+  Start(fault, fault.fromThenOn ? kNever : fault.n);
+}
+
 void FaultTable::FailOnce(FileEntry entry, int n, int error) {
-  Plan(entry, n, n, error);
+  Plan({.entry = entry, .n = n, .error = error});
 }
 
 void FaultTable::FailFrom(FileEntry entry, int n, int error) {
-  Plan(entry, n, kNever, error);
+  Plan({.entry = entry, .n = n, .error = error, .fromThenOn = true});
 }
 
 void FaultTable::FailNothing() {
-  Plan(FileEntry::kOpen, kNever, 0, 0);
+  Start({.n = kNever}, 0);
+}
+
+void FaultTable::SetErrorFlags(bool set) {
+  state.setsFlags = set;
 }
 
 int FaultTable::Calls(FileEntry entry) const {
