@@ -1,33 +1,28 @@
 // Base64 of bodies: the decoder in any split against the reference decoder, with room and without;
-// encode and decode give the bytes back, and the encoder's lines keep their form.
-#include <span>
+// encode and decode give the bytes back, and the lines of both encoders, that of changed bodies and
+// that of the footer part, keep their form.
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "codec/base64.h"
+#include "codec/base64_stream.h"
+#include "fuzz/support/exact.h"
 #include "fuzz/support/input.h"
 #include "fuzz/support/law.h"
 #include "fuzz/support/split.h"
 #include "fuzz/support/target.h"
+#include "fuzz/support/text_files.h"
 #include "tests/support/reference/base64_reference.h"
 
 namespace zevka::fuzz {
 namespace {
 
-std::span<const unsigned char> Bytes(std::string_view text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-std::span<unsigned char> Room(std::string& text) {
-  return {reinterpret_cast<unsigned char*>(text.data()), text.size()};
-}
-
-// Each chunk stands in a buffer of its own size, so that a read outside it is seen.
+// Each chunk and its room stand in buffers of their own size, so that a read outside is seen.
 std::string DecodeChunk(Base64DecodeState& state, std::string_view input, std::size_t room) {
-  const std::string chunk(input);
-  std::string out(room, '\0');
-  out.resize(Base64DecodeChunk(state, Bytes(chunk), Room(out)));
-  return out;
+  const ExactText chunk(input);
+  ExactRoom out(room);
+  return out.First(Base64DecodeChunk(state, chunk.Bytes(), out.Bytes()));
 }
 
 bool SameState(const Base64DecodeState& left, const Base64DecodeState& right) {
@@ -70,10 +65,9 @@ void CheckRoundTrip(std::string_view lengths, std::string_view bytes, std::strin
   Base64EncodeState state;
   std::string text;
   const auto encode = [&](std::string_view input) {
-    const std::string chunk(input);
-    std::string out((chunk.size() / 3 + 2) * 6 + 6, '\0');
-    out.resize(Base64EncodeChunk(state, lineEnd, Bytes(chunk), Room(out)));
-    text += out;
+    const ExactText chunk(input);
+    ExactRoom out((input.size() / 3 + 2) * 6);
+    text += out.First(Base64EncodeChunk(state, lineEnd, chunk.Bytes(), out.Bytes()));
   };
   for (Split split(lengths, bytes); split.More();) {
     encode(split.Next());
@@ -86,6 +80,26 @@ void CheckRoundTrip(std::string_view lengths, std::string_view bytes, std::strin
   Law(decoder.invalidTotal == 0, "what was encoded has no fault");
 }
 
+void CheckStream(std::string_view lengths, std::string_view bytes, std::string_view trailer) {
+  const TextFiles files;
+  TextFile file;
+  Base64StreamState state;
+  for (Split split(lengths, bytes); split.More();) {
+    const ExactText chunk(split.Next());
+    state.input = chunk.Bytes().data();
+    state.inputLength = static_cast<std::int32_t>(chunk.Bytes().size());
+    Law(Base64WriteStream(&file, &state, "used when the text ends") == 0, "the stream goes on");
+  }
+  state.input = nullptr;
+  state.inputLength = 0;
+  const ExactText end(trailer);
+  Law(Base64WriteStream(&file, &state, end.Text()) == 0, "the stream ends");
+  const std::string text = reference::EncodeBase64BreakBehind(bytes, 76, "\n");
+  Law(file.written == text + std::string(trailer), "the reference encodes the same stream");
+  Base64DecodeState decoder;
+  Law(Whole(text, decoder) == bytes, "decoding a stream gives the bytes back");
+}
+
 void CheckOneInput(Input input) {
   const std::size_t room = input.Number(255);
   const std::string_view lineEnd = input.Flag() ? "\n" : "\r\n";
@@ -94,6 +108,7 @@ void CheckOneInput(Input input) {
   CheckDecoder(lengths, text);
   CheckRoom(text, room);
   CheckRoundTrip(lengths, text, lineEnd);
+  CheckStream(lengths, text, lineEnd);
 }
 
 }  // namespace
