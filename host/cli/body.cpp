@@ -1,4 +1,5 @@
 // zevka body --part N [--decoded|--raw] FILE: the bytes of one part, to standard output.
+#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>

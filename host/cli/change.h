@@ -2,8 +2,7 @@
 // time, and what is told about it.
 //
 //  - Files are changed in place. With an output folder they stay, and the folder gets every
-//  message,
-//    changed or not, under its name; what a former run left there is not made again.
+//    message, changed or not, under its name; what a former run left there is not made again.
 //  - An mbox is only read: the output file gets a box with every message, written when all is done.
 //  - Standard input, and any single message with "-" for the output, goes to standard output. There
 //    the message passes unchanged when it cannot be changed: better that than none.
@@ -13,7 +12,6 @@
 #ifndef ZEVKA_HOST_CLI_CHANGE_H
 #define ZEVKA_HOST_CLI_CHANGE_H
 
-#include <CLI/CLI.hpp>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -22,6 +20,10 @@
 #include "host/cli/batch.h"
 #include "host/cli/message_editor.h"
 #include "host/cli/session.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zevka::host {
 

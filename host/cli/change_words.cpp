@@ -1,4 +1,6 @@
 // The options that all commands take that change messages.
+#include <CLI/CLI.hpp>
+
 #include "host/cli/batch.h"
 #include "host/cli/change.h"
 

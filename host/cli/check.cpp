@@ -1,5 +1,6 @@
 // zevka check [--json] PATH...: what is broken or ambiguous in each message. The library has no say
 // in it, and need not be there.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <memory>

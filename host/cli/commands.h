@@ -6,9 +6,11 @@
 #ifndef ZEVKA_HOST_CLI_COMMANDS_H
 #define ZEVKA_HOST_CLI_COMMANDS_H
 
-#include <CLI/CLI.hpp>
-
 #include "host/cli/session.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zevka::host {
 

@@ -1,4 +1,5 @@
 // zevka headers [--decode] [--name NAME]... FILE...: the fields of each message, one a line.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <memory>

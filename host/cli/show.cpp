@@ -1,6 +1,7 @@
 // zevka show [--json] FILE...: the parts of each message as a tree.
 #include <zevka/safe_edit.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <memory>
