@@ -24,6 +24,8 @@ if(ZEVKA_SANITIZE)
   target_compile_options(zevka_options INTERFACE
     -fsanitize=${ZEVKA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
   target_link_options(zevka_options INTERFACE -fsanitize=${ZEVKA_SANITIZE})
+  # Indices and iterators of the standard library are looked at too.
+  target_compile_definitions(zevka_options INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 
 # zevka_object_library(FOLDER [LOWER_FOLDER...]): every .cpp of FOLDER, able to include the folders named.
