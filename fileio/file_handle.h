@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fileio/malloc_buffer.h"
 #include "fileio/name_key.h"
 #include "fileio/open_flags.h"
 
@@ -20,9 +21,10 @@ inline constexpr std::size_t kMaxFileName = 4096;  // characters kept of a name
 inline constexpr std::size_t kMaxModeText = 7;     // characters kept of a mode string
 
 struct FileHandle {
-  std::FILE* stream = nullptr;                // null for a memory file
-  std::array<char, kMaxFileName + 1> name{};  // as given, cut, terminated
-  NameKey key;                                // of the name before it was cut
+  std::FILE* stream = nullptr;  // null for a memory file
+  MallocBuffer
+      name;     // as given, cut, terminated; no longer than it must be, as parts have many files
+  NameKey key;  // of the name before it was cut
   std::array<char, kMaxModeText + 1> mode{};  // of the creation; a reopening does not change it
   OpenFlags openFlags = 0;                    // of a memory file: 0 while it is not open
 
@@ -35,20 +37,19 @@ struct FileHandle {
   std::int32_t endOfFileFlag = 0;
 };
 
-// Copies a text into a fixed field, cut to what fits and terminated.
-template <std::size_t kSize>
-void StoreText(std::array<char, kSize>& field, const char* text) {
-  const std::size_t length = ::strnlen(text, kSize - 1);
-  std::memcpy(field.data(), text, length);
-  field[length] = '\0';
+// A copy of a name, cut to what a record keeps; empty with ENOMEM when there is no memory for it.
+inline MallocBuffer CopyOfName(const char* name) {
+  return MallocBuffer(::strndup(name, kMaxFileName));
 }
 
-inline void DescribeHandle(FileHandle& handle, const char* name, const NameKey& key,
+// False with ENOMEM when there is no memory for the name.
+inline bool DescribeHandle(FileHandle& handle, const char* name, const NameKey& key,
                            const char* mode, OpenFlags flags) {
-  StoreText(handle.name, name);
+  handle.name = CopyOfName(name);
   handle.key = key;
-  StoreText(handle.mode, mode);
+  std::memcpy(handle.mode.data(), mode, ::strnlen(mode, kMaxModeText));
   handle.openFlags = flags;
+  return static_cast<bool>(handle.name);
 }
 
 }  // namespace zevka

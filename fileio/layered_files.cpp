@@ -31,13 +31,12 @@ FileHandle* OpenDiskFile(const char* name, const NameKey& key, const char* mode,
     return nullptr;
   }
   std::unique_ptr<FileHandle> made(new (std::nothrow) FileHandle);
-  if (!made) {
+  if (!made || !DescribeHandle(*made, name, key, mode, flags)) {
     const int allocationErrno = errno;
     std::fclose(stream);
     errno = allocationErrno;
     return nullptr;
   }
-  DescribeHandle(*made, name, key, mode, flags);
   made->stream = stream;
   return made.release();
 }

@@ -138,10 +138,9 @@ RegistryResult OpenMemoryFile(const NameKey& key, OpenFlags flags, FileHandle*& 
 FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* mode,
                              OpenFlags flags) {
   std::unique_ptr<FileHandle> made(new (std::nothrow) FileHandle);
-  if (!made) {
+  if (!made || !DescribeHandle(*made, name, key, mode, flags)) {
     return nullptr;
   }
-  DescribeHandle(*made, name, key, mode, flags);
   const MutexGuard guard(layerMutex);
   FileHandle* existing = nullptr;
   const RegistryResult result = Enter(*made, existing);
@@ -150,7 +149,7 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
     return nullptr;
   }
   if (existing != nullptr && existing->openFlags != 0 &&
-      std::strcmp(existing->name.data(), made->name.data()) == 0) {
+      std::strcmp(existing->name.Data(), made->name.Data()) == 0) {
     errno = EBUSY;
     return nullptr;
   }
@@ -221,13 +220,18 @@ RegistryResult RemoveMemoryFile(const NameKey& key) {
 // flags.
 RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
   const NameKey newKey = KeyOfName(newName);
+  MallocBuffer name = CopyOfName(newName);
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
-  RegistryResult result = TakeOut(oldKey, file);
+  RegistryResult result = Find(oldKey, file);
+  if (result == RegistryResult::kSuccess) {
+    // Without memory for its new name, the file stays as it was.
+    result = name ? TakeOut(oldKey, file) : RegistryResult::kNoNodeMemory;
+  }
   if (result != RegistryResult::kSuccess) {
     return result;
   }
-  StoreText(file->name, newName);
+  file->name = std::move(name);
   file->key = newKey;
   FileHandle* existing = nullptr;
   result = Enter(*file, existing);

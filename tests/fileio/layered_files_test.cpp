@@ -72,7 +72,7 @@ TEST_F(Routing, AnExistingDiskFileOpensAsFopenDoes) {
     EXPECT_NE(Record(handle).stream, nullptr) << row.mode;
     EXPECT_EQ(Record(handle).openFlags, row.flags) << row.mode;
     EXPECT_STREQ(Record(handle).mode.data(), row.mode);
-    EXPECT_EQ(std::string(Record(handle).name.data()), Path("d"));
+    EXPECT_EQ(std::string(Record(handle).name.Data()), Path("d"));
     EXPECT_EQ(Record(handle).key, KeyOfName(Path("d").c_str()));
     FileClose(handle);
     EXPECT_EQ(DiskBytes(Path("d")), row.left) << row.mode;
@@ -267,7 +267,7 @@ TEST_F(ByName, RenameMovesAMemoryFileInMemoryOnly) {
   Write(handle, "abc");
   WriteDisk(Path("g"), "disk");
   EXPECT_EQ(Rename(Path("f"), Path("g")), 0);
-  EXPECT_EQ(std::string(Record(handle).name.data()), Path("g"));
+  EXPECT_EQ(std::string(Record(handle).name.Data()), Path("g"));
   EXPECT_EQ(Record(handle).key, KeyOfName(Path("g").c_str()));
   EXPECT_EQ(Record(handle).openFlags, 15U);
   EXPECT_EQ(FileTell(handle), 3);
@@ -288,7 +288,7 @@ TEST_F(ByName, RenameOntoAMemoryFileMovesContentsAndPositionIntoIt) {
   Write(to, "old");
   EXPECT_EQ(Rename(Path("from"), Path("to")), 0);
   EXPECT_EQ(MemoryInUse(), 8192U);
-  EXPECT_EQ(std::string(Record(to).name.data()), Path("to"));
+  EXPECT_EQ(std::string(Record(to).name.Data()), Path("to"));
   EXPECT_STREQ(Record(to).mode.data(), "w");
   EXPECT_EQ(Record(to).openFlags, 14U);
   EXPECT_EQ(Record(to).length, 5000U);
@@ -311,7 +311,7 @@ TEST_F(ByName, RenameCutsTheNameAtItsRoomButKeepsTheKeyOfAllOfIt) {
   const std::string longName = Path(std::string(5000, 'x'));
   EXPECT_EQ(Rename(Path("f"), longName), 0);
   const void* const handle = Open(longName, "r");
-  EXPECT_EQ(std::string(Record(handle).name.data()), longName.substr(0, 4096));
+  EXPECT_EQ(std::string(Record(handle).name.Data()), longName.substr(0, 4096));
   EXPECT_EQ(SizeOf(longName), 3);
 }
 

@@ -40,7 +40,7 @@ TEST_F(MemoryLayer, ANewFileIsEmptyAndOpen) {
   const void* const handle = Open(Path("f"), "w+b");
   const FileHandle& record = Record(handle);
   EXPECT_EQ(record.stream, nullptr);
-  EXPECT_EQ(std::string(record.name.data()), Path("f"));
+  EXPECT_EQ(std::string(record.name.Data()), Path("f"));
   EXPECT_EQ(record.key, KeyOfName(Path("f").c_str()));
   EXPECT_STREQ(record.mode.data(), "w+b");
   EXPECT_EQ(record.openFlags, 15U);
