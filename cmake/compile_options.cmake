@@ -58,6 +58,9 @@ function(zevka_plugin_library name)
     # The A and W forms of an export call this library's own plain form, whatever else the process exports.
     LINKER:-Bsymbolic-functions)
   if(NOT ZEVKA_SANITIZE)
-    target_link_options(${name} PRIVATE LINKER:-z,defs)
+    target_link_options(${name} PRIVATE LINKER:-z,defs
+      # Control-flow enforcement: the compilers put landings everywhere, the C library's _init and
+      # _fini have none. They do nothing here, so they are not entered, and the marks are true.
+      LINKER:-z,ibt LINKER:-z,shstk LINKER:-init=zevka_no_init LINKER:-fini=zevka_no_fini)
   endif()
 endfunction()
