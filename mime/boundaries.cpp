@@ -1,7 +1,10 @@
 #include "mime/boundaries.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <limits>
+#include <utility>
 
 #include "codec/ascii.h"
 
@@ -35,19 +38,32 @@ class ParameterReader {
   // Where the comment that begins at a "(" ends: behind its ")", or with the value. All are found
   // at once, so that comments within comments are not read again and again.
   std::size_t CommentEnd(std::size_t begin) {
-    if (commentEnds_.empty()) {
-      commentEnds_.assign(value_.size(), value_.size());
-      std::vector<std::size_t> open;
-      for (std::size_t at = 0; at < value_.size(); ++at) {
+    if (value_.size() > std::numeric_limits<std::uint32_t>::max()) {
+      return EndIn(hugeCommentEnds_, begin);
+    }
+    return EndIn(commentEnds_, begin);
+  }
+
+  // As narrow as the value allows, for there is one entry for each of its bytes. While a comment is
+  // open, its entry says which one it stands in.
+  template <typename Place>
+  std::size_t EndIn(std::vector<Place>& ends, std::size_t begin) const {
+    if (ends.empty()) {
+      const auto size = static_cast<Place>(value_.size());
+      ends.resize(value_.size());
+      Place open = size;
+      for (Place at = 0; at < size; ++at) {
         if (value_[at] == '(') {
-          open.push_back(at);
-        } else if (value_[at] == ')' && !open.empty()) {
-          commentEnds_[open.back()] = at + 1;
-          open.pop_back();
+          ends[at] = std::exchange(open, at);
+        } else if (value_[at] == ')' && open != size) {
+          open = std::exchange(ends[open], at + 1);
         }
       }
+      while (open != size) {
+        open = std::exchange(ends[open], size);
+      }
     }
-    return commentEnds_[begin];
+    return ends[begin];
   }
 
   void SkipBlanksAndComments() {
@@ -126,7 +142,7 @@ class ParameterReader {
       return;
     }
     std::string candidate = "--" + std::string(text.substr(0, last + 1));
-    if (set_.known.insert(candidate).second) {
+    if (set_.known.Note(set_.candidates, candidate)) {
       set_.candidates.push_back(std::move(candidate));
     }
   }
@@ -134,8 +150,9 @@ class ParameterReader {
   BoundarySet& set_;
   std::string_view value_;
   std::size_t at_ = 0;
-  std::string run_;                       // numbered sections read so far
-  std::vector<std::size_t> commentEnds_;  // at the place of each "("; made for the first comment
+  std::string run_;                         // numbered sections read so far
+  std::vector<std::uint32_t> commentEnds_;  // at the place of each "("; made for the first comment
+  std::vector<std::uint64_t> hugeCommentEnds_;  // in its stead when the value is larger than that
 };
 
 std::size_t Find(std::string_view block, std::string_view text, std::size_t from) {
@@ -154,57 +171,6 @@ struct Match {
   std::size_t position = kNone;
 };
 
-void SortCandidates(BoundarySet& set) {
-  const std::vector<std::string>& candidates = set.candidates;
-  std::vector<SortedCandidate>& sorted = set.sorted;
-  for (std::size_t place = 0; place < candidates.size(); ++place) {
-    if (candidates[place].size() <= kLongestSearched) {
-      sorted.push_back({place, kNone, kNone});
-    }
-  }
-  std::sort(sorted.begin(), sorted.end(), [&](const auto& left, const auto& right) {
-    return candidates[left.place] < candidates[right.place];
-  });
-  std::vector<std::size_t> beginnings;  // those that the one before began with, and itself
-  for (std::size_t at = 0; at < sorted.size(); ++at) {
-    const std::string_view text = candidates[sorted[at].place];
-    while (!beginnings.empty() && !text.starts_with(candidates[sorted[beginnings.back()].place])) {
-      beginnings.pop_back();
-    }
-    sorted[at].shorter = beginnings.empty() ? at : beginnings.back();
-    sorted[at].shortest = beginnings.empty() ? at : beginnings.front();
-    beginnings.push_back(at);
-  }
-}
-
-// The smallest place in the list among the candidates that the text begins with. They are among the
-// last one that is not behind the text in the order of the bytes and those that it begins with.
-std::size_t FirstPrefixOf(const BoundarySet& set, std::string_view text) {
-  const std::vector<SortedCandidate>& sorted = set.sorted;
-  const auto begins = [&](std::size_t at) {
-    return text.starts_with(set.candidates[sorted[at].place]);
-  };
-  const auto behind = std::upper_bound(
-      sorted.begin(), sorted.end(), text,
-      [&](std::string_view wanted, const auto& one) { return wanted < set.candidates[one.place]; });
-  if (behind == sorted.begin()) {
-    return kNone;
-  }
-  auto at = static_cast<std::size_t>(behind - sorted.begin()) - 1;
-  if (!begins(sorted[at].shortest)) {
-    return kNone;
-  }
-  while (!begins(at)) {
-    at = sorted[at].shorter;
-  }
-  std::size_t best = sorted[at].place;
-  while (sorted[at].shorter != at) {
-    at = sorted[at].shorter;
-    best = std::min(best, sorted[at].place);
-  }
-  return best;
-}
-
 // One scan of the block, however many candidates there are. KEEP(first-search-any): the order of
 // the list decides, not the place in the block, and what follows is not looked at.
 Match FirstCandidateIn(BoundarySet& set, std::string_view block) {
@@ -216,11 +182,11 @@ Match FirstCandidateIn(BoundarySet& set, std::string_view block) {
     }
     return best;
   }
-  if (set.sorted.empty()) {
-    SortCandidates(set);
+  if (!set.search.IsPrepared()) {
+    set.search.Prepare(candidates, kLongestSearched);
   }
   for (std::size_t at = Find(block, "--", 0); at != kNone; at = Find(block, "--", at + 1)) {
-    const std::size_t candidate = FirstPrefixOf(set, block.substr(at));
+    const std::size_t candidate = set.search.FirstPrefixOf(candidates, block.substr(at));
     if (candidate < best.candidate) {
       best = {candidate, at};
     }
@@ -266,6 +232,10 @@ std::size_t FindBoundary(BoundarySet& set, std::string_view block, bool closing)
     }
   }
   return kNone;
+}
+
+void ForgetCandidates(BoundarySet& set) {
+  set = BoundarySet{{}, {}, {}, std::move(set.chosen), std::move(set.closing)};
 }
 
 std::size_t LongestCandidate(const BoundarySet& set) {

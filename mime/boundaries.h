@@ -13,25 +13,19 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
+
+#include "mime/boundary_search.h"
+#include "mime/known_texts.h"
 
 namespace zevka {
 
-// A candidate that a block can hold, in the order of the bytes. All candidates that one begins with
-// stand in front of it, and `shorter` leads from each to the next one.
-struct SortedCandidate {
-  std::size_t place;     // in BoundarySet::candidates
-  std::size_t shorter;   // in BoundarySet::sorted, the longest it begins with; its own for none
-  std::size_t shortest;  // the last one that this leads to
-};
-
 struct BoundarySet {
-  std::vector<std::string> candidates;    // each "--" and a boundary value; no value twice
-  std::unordered_set<std::string> known;  // the same, to be looked up
-  std::vector<SortedCandidate> sorted;    // made by the first search among several
-  std::string chosen;                     // the candidate in use; empty until the body was searched
-  std::string closing;                    // chosen and "--"
+  std::vector<std::string> candidates;  // each "--" and a boundary value; no value twice
+  KnownTexts known;                     // the same, to be looked up
+  BoundarySearch search;                // made for the first search among several
+  std::string chosen;                   // the candidate in use; empty until the body was searched
+  std::string closing;                  // chosen and "--"
 
   bool IsChosen() const { return !chosen.empty(); }
   // The chosen boundary's value, without its leading "--"; empty when none was chosen.
@@ -45,6 +39,9 @@ void CollectBoundaries(BoundarySet& set, std::string_view value);
 // accepts any occurrence; later ones look for the chosen delimiter followed by LF, '-' or CR, or,
 // with closing set, for the closing delimiter whatever follows.
 std::size_t FindBoundary(BoundarySet& set, std::string_view block, bool closing);
+
+// Drops all but what was chosen. To be called when the body was searched.
+void ForgetCandidates(BoundarySet& set);
 
 // The length of the longest candidate that a search can find, in bytes.
 std::size_t LongestCandidate(const BoundarySet& set);

@@ -7,6 +7,7 @@
 
 #include "codec/ascii.h"
 #include "fileio/file_helpers.h"
+#include "mime/boundaries.h"
 #include "mime/classification.h"
 #include "mime/mime_part.h"
 #include "mime/multipart_splitter.h"
@@ -67,6 +68,7 @@ bool MessageParser::Load() {
   if (!ExtractBody()) {
     return false;
   }
+  ForgetCandidates(part_.boundaries);
   SettleLineEnd(part_.lineEnd);
   return true;
 }
