@@ -35,6 +35,7 @@ struct FileHandle {
   std::int64_t position = 0;   // of the next read or write; may stand beyond the length
   std::int32_t errorFlag = 0;
   std::int32_t endOfFileFlag = 0;
+  bool nameless = false;  // a move to disk failed and cost it its name: it ends with its closing
 };
 
 // A copy of a name, cut to what a record keeps; empty with ENOMEM when there is no memory for it.

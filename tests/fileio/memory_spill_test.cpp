@@ -120,7 +120,21 @@ TEST_F(MemorySpill, ARefusedDiskKeepsTheContentsWithTheHandleAndLosesTheName) {
   EXPECT_EQ(Write(handle, "ab"), 0U);
   EXPECT_EQ(errno, EIO);
   EXPECT_EQ(MemoryInUse(), 4096U);
-  ReleaseMemoryFile(static_cast<FileHandle*>(handle));
+  FileClose(handle);
+}
+
+// Such files would take the budget away bit by bit.
+TEST_F(MemorySpill, AFileThatLostItsNameEndsWithItsClosing) {
+  const std::string nowhere = Path("nowhere/file");
+  for (int i = 0; i < 3; ++i) {
+    void* const handle = Open(nowhere, "w+");
+    Write(handle, "0123456789");
+    GoFarAway(handle);
+    EXPECT_EQ(Write(handle, "ab"), 0U);
+    EXPECT_EQ(FileClose(handle), 0);
+    EXPECT_EQ(MemoryInUse(), 0U);
+    EXPECT_EQ(SizeOf(nowhere), -1);
+  }
 }
 
 TEST_F(MemorySpill, APrivateFileDoesNotTakeTheNamesFileOutInItsPlace) {
