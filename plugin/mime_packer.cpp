@@ -85,11 +85,12 @@ PartObject* MimePacker::OpenMessageFromMemory(void* data, std::int64_t lengthByt
       return nullptr;
     }
     file.Close();
-    PartObject* message = OpenPart(name.Name().c_str(), false);
-    if (message != nullptr) {
+    // The part goes again when there is no memory for keeping the name.
+    PartPtr message(AsPart(OpenPart(name.Name().c_str(), false)));
+    if (message) {
       static_cast<void>(name.Keep());
     }
-    return message;
+    return message.release();
   });
 }
 
