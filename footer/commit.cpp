@@ -111,6 +111,7 @@ void WrapMessage(PartPtr message, PartPtr footer, const CommitTexts& texts) {
     return;
   }
   RemoveUnlessKept skeleton(std::move(wrapper->file));
+  const std::string oldSkeleton = skeleton.Name() + "_b";
   SetAside original(name);
   if (!original) {
     wrapper.reset();
@@ -123,6 +124,10 @@ void WrapMessage(PartPtr message, PartPtr footer, const CommitTexts& texts) {
   const SaveOutcome outcome =
       SaveMessage(*wrapper->part, texts.subjectSuffix, texts.passThrough, texts.attachmentName);
   wrapper.reset();
+  if (outcome != SaveOutcome::kWritten) {
+    // It may not have come back to its place; nobody needs it.
+    RemoveFile(oldSkeleton);
+  }
   // The wrapper takes in its first child's file and removes it; one that is still there was left
   // out.
   const bool whole = outcome == SaveOutcome::kWritten && !RegularFileSize(name);
