@@ -1,5 +1,6 @@
-// Runs a fuzz target over files, without a fuzzer: each argument is a file or a folder of files. So
-// the collected inputs are tests with any compiler. Prints how many inputs were tried.
+// Runs a fuzz target over files, without a fuzzer: each argument is a file or a folder of files, or
+// nothing yet. So the collected inputs are tests with any compiler. Prints how many inputs were
+// tried; none at all is a failure.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +16,9 @@
 namespace {
 
 std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& path) {
+  if (!std::filesystem::exists(path)) {
+    return {};
+  }
   if (!std::filesystem::is_directory(path)) {
     return {path};
   }

@@ -83,4 +83,16 @@ bool HasHighByte(std::string_view text) {
                      [](char c) { return static_cast<unsigned char>(c) > 127; });
 }
 
+std::optional<std::string> InCLocale(std::u32string_view text) {
+  std::string bytes;
+  for (const char32_t c : text) {
+    if (c < 128) {
+      bytes += static_cast<char>(c);
+    } else if (c < 0xE0000 || c > 0xE007F) {
+      return std::nullopt;
+    }
+  }
+  return bytes;
+}
+
 }  // namespace zevka::reference

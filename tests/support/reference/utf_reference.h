@@ -31,6 +31,10 @@ std::string Utf8Of(std::uint32_t codePoint);
 
 bool HasHighByte(std::string_view text);
 
+// What the C library's "C" locale makes of characters: their bytes where all are ASCII or tags
+// (U+E0000 to U+E007F), and the tags are dropped; it refuses all others.
+std::optional<std::string> InCLocale(std::u32string_view text);
+
 }  // namespace zevka::reference
 
 #endif  // ZEVKA_TESTS_SUPPORT_REFERENCE_UTF_REFERENCE_H
