@@ -28,6 +28,17 @@ if(ZEVKA_SANITIZE)
   target_compile_definitions(zevka_options INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 
+if(ZEVKA_COVERAGE)
+  target_link_options(zevka_options INTERFACE --coverage)
+endif()
+
+# zevka_count_coverage(TARGET): tests themselves are not counted.
+function(zevka_count_coverage target)
+  if(ZEVKA_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage)
+  endif()
+endfunction()
+
 # zevka_object_library(FOLDER [LOWER_FOLDER...]): every .cpp of FOLDER, able to include the folders named.
 function(zevka_object_library folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp" "${PROJECT_SOURCE_DIR}/${folder}/*.h")
@@ -37,6 +48,7 @@ function(zevka_object_library folder)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
   target_link_libraries(zevka_${folder} PUBLIC zevka_options)
+  zevka_count_coverage(zevka_${folder})
   if(NOT ZEVKA_SANITIZE)
     target_compile_options(zevka_${folder} PRIVATE -fstack-protector-strong -fcf-protection)
     target_compile_definitions(zevka_${folder} PRIVATE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
