@@ -9,8 +9,6 @@
 namespace zevka::test {
 namespace {
 
-using namespace std::string_literals;
-
 constexpr std::string_view kNewBody = "a new body\r\nwith = and \xC3\xA9 in it\r\n";
 
 [[gnu::noinline]] std::string Lines(std::size_t count) {
@@ -23,7 +21,7 @@ constexpr std::string_view kNewBody = "a new body\r\nwith = and \xC3\xA9 in it\r
 
 const std::string kHead = "Subject: a report\r\nFrom: <ann@example.org>\r\nMIME-Version: 1.0\r\n";
 const std::string kBase64 =
-    "Content-Type: application/octet-stream; name=\"r.bin\"\r\n"
+    "Content-Type: application/octet-stream; name=\"=?iso-8859-2?q?r=E9.bin?=\"\r\n"
     "Content-Transfer-Encoding: base64\r\n\r\n";
 const std::string kQuoted =
     "Content-Type: text/plain; charset=utf-8\r\n"
@@ -87,6 +85,26 @@ void ReadFields(Caller& call, PartObject& part) {
   }
 }
 
+// The same in wide characters.
+void ReadFieldsWide(Caller& call, PartObject& part) {
+  if (call.OneOf(0, 1, "RewindHeaders", [&] { return part.RewindHeaders(); }) == 0) {
+    return;
+  }
+  int given = 1;
+  while (given == 1) {
+    std::uint32_t nameSize = 0;
+    std::uint32_t valueSize = 0;
+    call.OneOf(1, 1, "GetHeaderSizes", [&] { return part.GetHeaderSizes(&nameSize, &valueSize); });
+    std::wstring name(nameSize + 2, L'#');
+    std::wstring value(valueSize + 2, L'#');
+    given = call.OneOf(0, 1, "NextHeaderW",
+                       [&] { return part.NextHeaderW(name.data(), value.data()); });
+    if (name.back() != L'#' || value.back() != L'#') {
+      call.Complain("NextHeaderW wrote beyond the sizes");
+    }
+  }
+}
+
 std::string DecodedBody(Caller& call, PartObject& part) {
   const std::uint64_t size = call([&] { return part.ReadDecodedBody(nullptr, 0, 0); });
   std::string body(size, '\0');
@@ -113,6 +131,7 @@ void EachPart(Caller& call, PartObject& part, const Visit& visit) {
 bool WalkAndDecode(Caller& call, PartObject& message) {
   EachPart(call, message, [&](PartObject& part) {
     ReadFields(call, part);
+    ReadFieldsWide(call, part);
     std::array<char, 8192> name{};
     call.OneOf(1, 1, "GetName", [&] { return part.GetName(name.data()); });
     std::array<wchar_t, 512> wide{};
@@ -126,16 +145,22 @@ bool WalkAndDecode(Caller& call, PartObject& message) {
   return true;
 }
 
+// Made beforehand: what the host allocates in a call counts as the library's.
+const std::string kLongValue = " word " + std::string(100, 'w') + " end";
+
 bool EditFields(Caller& call, PartObject& message) {
   return call.OneOf(0, 1, "SetHeader", [&] { return message.SetHeader("X-Scan", "clean", 0); }) ==
              1 &&
          call.OneOf(0, 1, "SetHeader",
                     [&] { return message.SetHeader("Subject", "a new caf\xC3\xA9 report", 1); }) ==
              1 &&
-         call.OneOf(0, 1, "SetHeader", [&] {
-           return message.SetHeader("X-Long", (" word"s + std::string(100, 'w') + " end").c_str(),
-                                    1);
-         }) == 1;
+         call.OneOf(0, 1, "SetHeader",
+                    [&] { return message.SetHeader("X-Long", kLongValue.c_str(), 1); }) == 1;
+}
+
+bool EditWide(Caller& call, PartObject& message) {
+  return call.OneOf(0, 1, "SetHeaderW",
+                    [&] { return message.SetHeaderW(L"X-Wide", L"a caf\u00e9", 0); }) == 1;
 }
 
 bool Replace(Caller& call, PartObject& part) {
@@ -207,6 +232,7 @@ std::vector<Scenario> MakeScenarios() {
       {"load-memory", NestedText(), kMemory, nullptr, nullptr, Ending::kDiscard},
       {"walk-decode", NestedText(), kDisk, &WalkAndDecode, nullptr, Ending::kDiscard},
       {"edit-headers", PlainText(), kDisk, &EditFields, nullptr, Ending::kCommit},
+      {"edit-wide", PlainText(), kDisk, &EditWide, nullptr, Ending::kCommit},
       {"edit-base64", Base64Text(), kDisk, &ReplaceBody, nullptr, Ending::kCommit},
       {"edit-quoted-printable", QuotedText(), kDisk, &ReplaceBody, nullptr, Ending::kCommit},
       {"edit-children", MixedText(), kDisk, &ReplaceChildBodies, nullptr, Ending::kCommit},

@@ -8,7 +8,7 @@ namespace {
 
 bool IsTransferCause(Cause cause) {
   return cause == Cause::kOpen || cause == Cause::kRead || cause == Cause::kWrite ||
-         cause == Cause::kSeek;
+         cause == Cause::kSeek || cause == Cause::kMemory;
 }
 
 bool IsMultipart(const Scenario& scenario) {
@@ -19,7 +19,8 @@ bool IsMultipart(const Scenario& scenario) {
 // that takes a footer are written from the decoded body.
 bool Decodes(const Scenario& scenario) {
   const std::string_view name = scenario.name;
-  return scenario.footer != nullptr || name.starts_with("edit-") || name == "bodies-to-disk";
+  return scenario.footer != nullptr || name == "edit-base64" || name == "edit-children" ||
+         name == "edit-quoted-printable" || name == "bodies-to-disk";
 }
 
 bool TransferIsSilent(const Hit& hit, const Scenario& scenario, Verdict verdict) {
@@ -37,11 +38,35 @@ bool ShortLooksLikeTheEnd(const Hit& hit, const Scenario& /*scenario*/, Verdict 
 }
 
 bool UnopenedIsLeftOut(const Hit& hit, const Scenario& /*scenario*/, Verdict verdict) {
-  return verdict == Verdict::kLess && hit.cause == Cause::kOpen;
+  return verdict == Verdict::kLess && (hit.cause == Cause::kOpen || hit.cause == Cause::kMemory) &&
+         hit.inEnd;
+}
+
+bool EditsFields(const Scenario& scenario) {
+  const std::string_view name = scenario.name;
+  return name == "edit-headers" || name == "edit-wide" || name == "save-and-close" ||
+         name.starts_with("close-");
+}
+
+bool FieldIsUnencoded(const Hit& hit, const Scenario& scenario, Verdict verdict) {
+  return verdict == Verdict::kLess && hit.cause == Cause::kMemory && hit.inEnd &&
+         EditsFields(scenario);
+}
+
+bool UnconvertedIsAText(const Hit& hit, const Scenario& scenario, Verdict verdict) {
+  return verdict == Verdict::kLess && hit.cause == Cause::kMemory && hit.inWork &&
+         std::string_view(scenario.name) == "edit-wide";
+}
+
+bool RenamingNeedsMemory(const Hit& hit, const Scenario& scenario, Verdict verdict) {
+  return verdict == Verdict::kGone && hit.cause == Cause::kMemory && hit.inEnd &&
+         scenario.source == Source::kMemory;
 }
 
 bool OldStaysAside(const Hit& hit, const Scenario& /*scenario*/, Verdict verdict) {
-  return verdict == Verdict::kAside && hit.cause == Cause::kRename && hit.fromThenOn && hit.inEnd;
+  return verdict == Verdict::kAside &&
+         (hit.cause == Cause::kRename || hit.cause == Cause::kMemory) && hit.fromThenOn &&
+         hit.inEnd;
 }
 
 bool NothingCanBeRemoved(const Hit& hit, const Scenario& scenario, Verdict verdict) {
@@ -65,8 +90,16 @@ const std::vector<StatedLoss>& StatedLosses() {
        &ChildIsLeftOut},
       {"short-looks-like-the-end", "a read that gives less without the error flag is the end",
        &ShortLooksLikeTheEnd},
+      {"field-is-unencoded", "a field that there is no memory to encode is written as it was set",
+       &FieldIsUnencoded},
       {"unopened-is-left-out", "a body or a child whose file cannot be opened is not written",
        &UnopenedIsLeftOut},
+      {"unconverted-is-a-text",
+       "a wide text that there is no memory to convert is \"(conversion-error)\"",
+       &UnconvertedIsAText},
+      {"renaming-needs-memory",
+       "a memory file is entered anew under its new name, and lost when there is no memory for it",
+       &RenamingNeedsMemory},
       {"old-stays-aside", "the way back is a renaming too: the old message stays set aside",
        &OldStaysAside},
       {"nothing-can-be-removed",

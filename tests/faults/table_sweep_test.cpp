@@ -8,22 +8,18 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "fileio/file_operations.h"
-#include "fileio/memory_budget.h"
 #include "plugin/mime_packer.h"
 #include "tests/faults/figures.h"
-#include "tests/faults/judge.h"
-#include "tests/faults/name_ledger.h"
+#include "tests/faults/inspector.h"
 #include "tests/faults/scenario.h"
 #include "tests/faults/stated_losses.h"
-#include "tests/mime/handle_ledger.h"
 #include "tests/support/fault_table.h"
 #include "tests/support/temp_dir.h"
 
@@ -93,114 +89,45 @@ void LeaveCall() {
 
 class TableSweep : public ::testing::TestWithParam<Scenario> {
  protected:
-  TableSweep() : installed_(InstallMemoryFiles()) {
-    packer_.QueryControl(kQueryFileOperations, &files_);
-  }
+  TableSweep() : installed_(InstallMemoryFiles()) {}
   ~TableSweep() override { RemoveMemoryFiles(); }
 
-  void SetUp() override {
-    ASSERT_EQ(installed_, 0);
-    expected_ = Expect(world_, GetParam());
-    ASSERT_EQ(MemoryInUse(), 0U);
-  }
+  void SetUp() override { ASSERT_EQ(installed_, 0); }
 
   // One run; false when nothing went wrong in it, for the entry has fewer calls.
   bool Round(const Fault& fault, const Mode& mode) {
-    problems_.clear();
-    std::vector<std::string> left;
-    Outcome outcome;
-    Hit hit{.cause = CauseOf(fault.entry), .flagged = mode.flagged, .fromThenOn = fault.fromThenOn};
-    bool happened = false;
-    {
-      const HandleLedger handles;
-      const NameLedger names;
-      FaultTable faults;
-      faults.SetErrorFlags(mode.flagged);
-      Phases() = {&faults, Phase::kOpen, 0, {}};
-      faults.Plan(fault);
-      outcome = RunScenario(world_, GetParam());
-      happened = faults.Faults() != 0;
-      faults.FailNothing();
-      hit.inOpen = Phases().hit[0];
-      hit.inWork = Phases().hit[1];
-      hit.inEnd = Phases().hit[2];
-      Phases().faults = nullptr;
-      for (const std::string& name : HandleLedger::OpenFiles()) {
-        Problem("a handle is open: " + name);
-      }
-      for (const std::string& breach : HandleLedger::Breaches()) {
-        Problem(breach);
-      }
-      left = NameLedger::Left();
+    std::optional<FaultTable> faults;
+    const std::vector<std::string>& problems = inspector_.Run(
+        [&] {
+          faults.emplace();
+          faults->SetErrorFlags(mode.flagged);
+          faults->Plan(fault);
+          Phases() = {&*faults, Phase::kOpen, 0, {}};
+        },
+        [&](Hit& hit) {
+          const bool happened = faults->Faults() != 0;
+          faults.reset();
+          hit = {.cause = CauseOf(fault.entry),
+                 .flagged = mode.flagged,
+                 .fromThenOn = fault.fromThenOn,
+                 .inOpen = Phases().hit[0],
+                 .inWork = Phases().hit[1],
+                 .inEnd = Phases().hit[2]};
+          Phases() = {};
+          return happened;
+        });
+    for (const std::string& problem : problems) {
+      ADD_FAILURE() << Described(fault, mode) << ": " << problem;
     }
-    const Judgement judgement = Judge(world_, GetParam(), expected_, outcome);
-    LookAtTheMessage(judgement, hit);
-    LookAtWhatIsLeft(outcome, judgement, hit, left);
-    Tidy(outcome, std::move(left));
-    figures_.injected += happened ? 1 : 0;
-    figures_.survived += happened && problems_.empty() ? 1 : 0;
-    Report(fault, mode, hit);
-    return happened;
+    return inspector_.Happened();
   }
 
-  void Problem(std::string text) { problems_.push_back(std::move(text)); }
-
-  void Count(const StatedLoss* loss, const std::string& otherwise) {
-    if (loss == nullptr) {
-      Problem(otherwise);
-    } else {
-      ++figures_.losses[loss->name];
-    }
-  }
-
-  void LookAtTheMessage(const Judgement& judgement, const Hit& hit) {
-    if (!judgement.complaint.empty()) {
-      Problem(judgement.complaint);
-    }
-    if (!IsWhole(judgement.verdict)) {
-      Count(StatedLossFor(hit, GetParam(), judgement.verdict),
-            std::string("the message is ") + NameOf(judgement.verdict));
-    }
-  }
-
-  void LookAtWhatIsLeft(const Outcome& outcome, const Judgement& judgement, const Hit& hit,
-                        const std::vector<std::string>& left) {
-    const std::string own = outcome.name.empty() ? world_.MessagePath() : outcome.name;
-    for (const std::string& name : left) {
-      const bool aside = judgement.verdict == Verdict::kAside && name == own + "_b";
-      const bool itself = name == own && !outcome.handedOut;
-      if (!itself && !aside) {
-        const bool derived = name.starts_with(own);
-        const std::string suffix = derived ? name.substr(own.size()) : "(" + name + ")";
-        Count(StatedLeftover(hit, suffix), "left behind: " + suffix);
-      }
-    }
-  }
-
-  // Removes what may be there; then nothing may be.
-  void Tidy(const Outcome& outcome, std::vector<std::string> left) {
-    left.push_back(outcome.name.empty() ? world_.MessagePath() : outcome.name);
-    for (const std::string& name : left) {
-      // A memory file may hide a disk file.
-      while (FileRemove(name.c_str()) == 0) {
-      }
-    }
-    if (MemoryInUse() != 0) {
-      Problem("memory in use: " + std::to_string(MemoryInUse()));
-    }
-    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
-      Problem("left on disk: " + entry.path().filename().string());
-      std::filesystem::remove(entry);
-    }
-  }
-
-  void Report(const Fault& fault, const Mode& mode, const Hit& hit) {
-    for (const std::string& problem : problems_) {
-      ADD_FAILURE() << "entry " << static_cast<int>(fault.entry) << " " << mode.name
-                    << (fault.fromThenOn ? " from call " : " in call ") << fault.n << " ("
-                    << (hit.inOpen ? "open " : "") << (hit.inWork ? "work " : "")
-                    << (hit.inEnd ? "end" : "") << "): " << problem;
-    }
+  std::string Described(const Fault& fault, const Mode& mode) const {
+    const Hit& hit = inspector_.LastHit();
+    return "entry " + std::to_string(static_cast<int>(fault.entry)) + " " + mode.name +
+           (fault.fromThenOn ? " from call " : " in call ") + std::to_string(fault.n) + " (" +
+           (hit.inOpen ? "open " : "") + (hit.inWork ? "work " : "") + (hit.inEnd ? "end" : "") +
+           ")";
   }
 
   void EachCall(FileEntry entry, const Mode& mode, bool fromThenOn) {
@@ -211,12 +138,10 @@ class TableSweep : public ::testing::TestWithParam<Scenario> {
 
   TempDir folder_;
   MimePacker packer_;
-  FileOperations files_{};
+  FileOperations files_ = OperationsOf(packer_);
   World world_{packer_, files_, folder_.Path(), {&EnterCall, &LeaveCall}};
-  Expected expected_;
-  int installed_ = 0;
-  Figures figures_;
-  std::vector<std::string> problems_;  // of the round that runs
+  int installed_;
+  Inspector inspector_{world_, GetParam()};
 };
 
 TEST_P(TableSweep, LosesNothingThatIsNotStated) {
@@ -229,8 +154,8 @@ TEST_P(TableSweep, LosesNothingThatIsNotStated) {
       }
     }
   }
-  PrintFigures(GetParam().name, "table", figures_);
-  EXPECT_GT(figures_.injected, 0);
+  PrintFigures(GetParam().name, "table", inspector_.Counted());
+  EXPECT_GT(inspector_.Counted().injected, 0);
 }
 
 std::string ScenarioName(const ::testing::TestParamInfo<Scenario>& scenario) {
