@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -43,7 +44,75 @@ std::size_t NameLength(std::string_view line) {
   return StartsWithNoCase(line.substr(text), "From ") ? colon : std::string_view::npos;
 }
 
+// Keeps the embedded message's text beside the part. A copy that cannot be made is done without.
+void CopySource(PartState& part) {
+  std::string name = part.files.encoded + std::string(kSourceSuffix);
+  name.resize(std::min(name.size(), kSourceNameLimit));
+  RemoveUnlessKept file(std::move(name));
+  OpenFile from(part.files.encoded, "rb");
+  OpenFile to(file.Name(), "wb");
+  if (!to) {
+    static_cast<void>(file.Keep());  // what stands there is somebody else's
+    return;
+  }
+  if (!from) {
+    return;
+  }
+  std::string step(kSourceCopyStep, '\0');
+  std::size_t count = step.size();
+  while (count == step.size()) {
+    count = from.Read(step.data(), step.size());
+    if (!to.Write({step.data(), count})) {
+      return;
+    }
+  }
+  if (from.Failed() || !to.Close()) {
+    return;
+  }
+  part.files.sourceCopy = file.Keep();
+}
+
+void FinishPart(PartState& part) {
+  ForgetCandidates(part.boundaries);
+  SettleLineEnd(part.lineEnd);
+}
+
+void TakeIn(PartState& part, PartPtr embedded) {
+  AppendNode(part.children, std::move(embedded));
+  CopySource(part);
+  // KEEP(embedded-body-emptied): the child has its own body now; the part keeps an empty one.
+  OpenFile emptied(part.files.encoded, "w");
+  FinishPart(part);
+}
+
+LoadStep ReadPart(MIMEPart& part, const char* path) {
+  if (!part.PrepareLoad()) {
+    return LoadStep::kFailed;
+  }
+  return std::make_unique<MessageParser>(part.State(), path)->Load();
+}
+
 }  // namespace
+
+bool LoadPart(MIMEPart& part, const char* path) {
+  std::vector<PartPtr> embedded;  // each in the one before it, the first one in the part
+  MIMEPart* last = &part;
+  LoadStep step = ReadPart(part, path);
+  while (step == LoadStep::kEmbedded) {
+    PartState& outer = last->State();
+    embedded.push_back(MakeChildPart(outer));
+    last = embedded.back().get();
+    step = ReadPart(*last, outer.files.encoded.c_str());
+  }
+  while (!embedded.empty()) {
+    PartPtr inner = std::move(embedded.back());
+    embedded.pop_back();
+    if (step == LoadStep::kLoaded) {
+      TakeIn(embedded.empty() ? part.State() : embedded.back()->State(), std::move(inner));
+    }
+  }
+  return step == LoadStep::kLoaded;
+}
 
 MessageParser::MessageParser(PartState& part, const char* path)
     : part_(part), input_(path, "rb"), blocks_(input_), lines_(blocks_, part.lineEnd) {
@@ -52,9 +121,9 @@ MessageParser::MessageParser(PartState& part, const char* path)
   }
 }
 
-bool MessageParser::Load() {
-  if (!blocks_.ReadFirst()) {
-    return false;
+LoadStep MessageParser::Load() {
+  if (!IsOpen() || !blocks_.ReadFirst()) {
+    return LoadStep::kFailed;
   }
   ReadHeaderBlock();
   if (!part_.name.text) {
@@ -66,11 +135,13 @@ bool MessageParser::Load() {
   }
   NameBodies(part_.files);
   if (!ExtractBody()) {
-    return false;
+    return LoadStep::kFailed;
   }
-  ForgetCandidates(part_.boundaries);
-  SettleLineEnd(part_.lineEnd);
-  return true;
+  if (part_.kind.isEmbeddedMessage && !part_.kind.isMultipart) {
+    return LoadStep::kEmbedded;
+  }
+  FinishPart(part_);
+  return LoadStep::kLoaded;
 }
 
 // KEEP(last-line-is-body): a line without a line end begins no field; a message that stops in such
@@ -154,50 +225,10 @@ bool MessageParser::ExtractBody() {
   if (!part_.kind.isMultipart) {
     TransferBody(part_, &input_, true, false);
     input_.Close();
-    return !part_.kind.isEmbeddedMessage || LoadEmbeddedMessage();
+    return true;
   }
   MultipartSplitter splitter(part_, input_);
   return splitter.ExtractPreamble() && (!part_.boundaries.IsChosen() || splitter.SplitChildren());
-}
-
-bool MessageParser::LoadEmbeddedMessage() {
-  PartPtr child = MakeChildPart(part_);
-  if (child->LoadFromFile(part_.files.encoded.c_str()) != 1) {
-    return false;
-  }
-  AppendNode(part_.children, std::move(child));
-  CopySource();
-  // KEEP(embedded-body-emptied): the child has its own body now; the part keeps an empty one.
-  OpenFile emptied(part_.files.encoded, "w");
-  return true;
-}
-
-// Keeps the embedded message's text beside the part. A copy that cannot be made is done without.
-void MessageParser::CopySource() {
-  std::string name = part_.files.encoded + std::string(kSourceSuffix);
-  name.resize(std::min(name.size(), kSourceNameLimit));
-  RemoveUnlessKept file(std::move(name));
-  OpenFile from(part_.files.encoded, "rb");
-  OpenFile to(file.Name(), "wb");
-  if (!to) {
-    static_cast<void>(file.Keep());  // what stands there is somebody else's
-    return;
-  }
-  if (!from) {
-    return;
-  }
-  std::string step(kSourceCopyStep, '\0');
-  std::size_t count = step.size();
-  while (count == step.size()) {
-    count = from.Read(step.data(), step.size());
-    if (!to.Write({step.data(), count})) {
-      return;
-    }
-  }
-  if (from.Failed() || !to.Close()) {
-    return;
-  }
-  part_.files.sourceCopy = file.Keep();
 }
 
 }  // namespace zevka

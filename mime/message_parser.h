@@ -2,8 +2,10 @@
 // its body into the encoded body file, and its children, each loaded the same way, one level
 // deeper.
 //
-// The road: MessageParser <- LineReader <- BlockReader <- OpenFile. Lives for one load, on the
-// heap: messages nest, and the frame of one level stays small.
+// The road: MessageParser <- LineReader <- BlockReader <- OpenFile. Lives for the reading of one
+// part, on the heap: multiparts nest, and the frame of one level stays small. Embedded messages
+// nest as deep as names go, and are read one after the other (LoadPart), never one inside the
+// other.
 //
 // Departs from RFC 5322 where mail on disk does:
 //  - a "From " line of an mbox is a field, named up to the first colon of its time;
@@ -25,6 +27,18 @@
 
 namespace zevka {
 
+class MIMEPart;
+
+// Reads a message into a part, all that it holds included. False when a file fails or an embedded
+// message cannot be loaded: the part is to be reset then.
+bool LoadPart(MIMEPart& part, const char* path);
+
+enum class LoadStep {
+  kFailed,
+  kLoaded,
+  kEmbedded,  // but for the message that the encoded body is
+};
+
 class MessageParser {
  public:
   // Opens the file; see IsOpen. `part` was reset before.
@@ -32,9 +46,8 @@ class MessageParser {
 
   bool IsOpen() const { return static_cast<bool>(input_); }
 
-  // Reads everything. False when a file fails or an embedded message cannot be loaded; the part is
-  // to be reset then.
-  bool Load();
+  // Reads everything but an embedded message. The part is to be reset when that fails.
+  LoadStep Load();
 
  private:
   struct Field {
@@ -50,8 +63,6 @@ class MessageParser {
   void StoreField(Field field);
   void FixBodyStart();
   bool ExtractBody();
-  bool LoadEmbeddedMessage();
-  void CopySource();
 
   PartState& part_;
   OpenFile input_;

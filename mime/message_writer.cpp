@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include "codec/ascii.h"
 #include "codec/encoded_words.h"
@@ -25,12 +27,46 @@ bool IsCoded(TransferEncoding encoding) {
 
 }  // namespace
 
-MessageWriter::MessageWriter(PartState& part, const WriteRequest& request)
-    : part_(part), request_(request) {}
+bool WritePart(PartState& part, const WriteRequest& request) {
+  struct Level {
+    std::unique_ptr<MessageWriter> writer;
+    const PartNode* node;  // what is being written; null for the part
+  };
+  std::vector<Level> levels;
+  levels.push_back({std::make_unique<MessageWriter>(part, request), nullptr});
+  if (!levels.back().writer->Begin()) {
+    return false;
+  }
+  for (;;) {
+    const PartNode* const inner = levels.back().writer->NextEmbedded();
+    if (inner != nullptr) {
+      PartState& state = inner->part->State();
+      const WriteRequest own{state.modified, {}, request.passThrough, {}};
+      levels.push_back({std::make_unique<MessageWriter>(state, own), inner});
+      if (!levels.back().writer->Begin()) {
+        return false;
+      }
+      continue;
+    }
+    if (!levels.back().writer->End()) {
+      return false;
+    }
+    const PartNode* const written = levels.back().node;
+    levels.pop_back();
+    if (written == nullptr) {
+      return true;
+    }
+    if (!levels.back().writer->AppendEmbedded(*written)) {
+      return false;
+    }
+  }
+}
 
-bool MessageWriter::Write() {
+MessageWriter::MessageWriter(PartState& part, const WriteRequest& request)
+    : part_(part), request_(request), nextEmbedded_(part.children.end()) {}
+
+bool MessageWriter::Begin() {
   SettleLineEnd(part_.lineEnd);
-  // KEEP(removed-part-succeeds): nothing is written, and that is success.
   if (part_.removed) {
     return true;
   }
@@ -45,8 +81,23 @@ bool MessageWriter::Write() {
   // body.
   RemoveFile(part_.files.decoded);
   RemoveFile(part_.files.encoded);
-  const bool childrenWritten = part_.kind.isMultipart ? WriteChildren() : AppendEmbedded();
-  return childrenWritten && output_.Close();
+  if (part_.kind.isMultipart) {
+    return WriteChildren();
+  }
+  nextEmbedded_ = part_.children.begin();
+  return true;
+}
+
+const PartNode* MessageWriter::NextEmbedded() {
+  while (nextEmbedded_ != part_.children.end() && nextEmbedded_->part->State().removed) {
+    ++nextEmbedded_;
+  }
+  return nextEmbedded_ == part_.children.end() ? nullptr : &*nextEmbedded_++;
+}
+
+// KEEP(removed-part-succeeds): nothing is written, and that is success.
+bool MessageWriter::End() {
+  return part_.removed || output_.Close();
 }
 
 // KEEP(own-line-end): also between bodies that end their lines otherwise.
@@ -221,33 +272,24 @@ bool MessageWriter::AppendChildText(OpenFile& text) {
   return !text.Failed() && (copied || WriteLine({}));
 }
 
-bool MessageWriter::AppendEmbedded() {
-  for (const PartNode& child : part_.children) {
-    if (child.part->State().removed) {
-      continue;
-    }
-    if (child.part->WriteMessage(child.part->State().modified ? 1 : 0, nullptr,
-                                 request_.passThrough, nullptr) == 0) {
-      return false;
-    }
-    OpenFile text(child.fileName, "rb");
-    if (!text) {
-      return false;
-    }
-    std::string step(kEmbeddedStep, '\0');
-    std::size_t count = step.size();
-    while (count == step.size()) {
-      count = text.Read(step.data(), step.size());
-      if (!output_.Write(std::string_view(step).substr(0, count))) {
-        return false;
-      }
-    }
-    if (text.Failed()) {
-      return false;
-    }
-    text.Close();
-    RemoveFile(child.fileName);
+bool MessageWriter::AppendEmbedded(const PartNode& child) {
+  OpenFile text(child.fileName, "rb");
+  if (!text) {
+    return false;
   }
+  std::string step(kEmbeddedStep, '\0');
+  std::size_t count = step.size();
+  while (count == step.size()) {
+    count = text.Read(step.data(), step.size());
+    if (!output_.Write(std::string_view(step).substr(0, count))) {
+      return false;
+    }
+  }
+  if (text.Failed()) {
+    return false;
+  }
+  text.Close();
+  RemoveFile(child.fileName);
   return true;
 }
 

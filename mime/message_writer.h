@@ -28,12 +28,23 @@ struct WriteRequest {
   std::string_view attachmentName;    // empty: none
 };
 
+// Writes a part, all that it holds included. False when a file fails, with a part of the text in
+// the part's own file. Embedded messages nest as deep as names go; they are written one after the
+// other.
+bool WritePart(PartState& part, const WriteRequest& request);
+
 class MessageWriter {
  public:
   MessageWriter(PartState& part, const WriteRequest& request);
 
-  // Writes everything. False when a file fails, with a part of the text in the part's own file.
-  bool Write();
+  // Writes everything but the text of embedded messages; false when a file fails.
+  bool Begin();
+  // The next embedded message, which is to be written now; null when there is none.
+  const PartNode* NextEmbedded();
+  // Takes in the text of one that was written; false when a file fails.
+  bool AppendEmbedded(const PartNode& child);
+  // To be called at last; false when a file fails.
+  bool End();
 
  private:
   bool WriteHeaderBlock();
@@ -48,12 +59,12 @@ class MessageWriter {
   bool WriteChildren();
   bool WriteChild(const PartNode& child);
   bool AppendChildText(OpenFile& text);
-  bool AppendEmbedded();
   bool WriteLine(std::string_view first, std::string_view second = {}, std::string_view third = {});
 
   PartState& part_;
   WriteRequest request_;
   OpenFile output_;
+  PartList::const_iterator nextEmbedded_;
 };
 
 }  // namespace zevka

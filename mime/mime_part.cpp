@@ -55,6 +55,15 @@ Result MIMEPart::Locked(Result failure, const Work& work) {
 
 MIMEPart::~MIMEPart() {
   RemoveAtEnd(state_.files, state_.footerText);
+  EndParts(std::move(state_.children));
+}
+
+bool MIMEPart::PrepareLoad() {
+  if (ThreadMapCreate(iterators_, &ReleaseIteratorState) != 0) {
+    return false;
+  }
+  ResetPart(state_);
+  return true;
 }
 
 int MIMEPart::Initialize() {
@@ -87,20 +96,14 @@ int MIMEPart::SaveAndClose(const char* subjectSuffix, const char* passThrough,
 
 int MIMEPart::LoadFromFile(const char* path) {
   return OrFailure(0, [&] {
-    if (ThreadMapCreate(iterators_, &ReleaseIteratorState) != 0 || path == nullptr) {
+    if (path == nullptr) {
       return 0;
+    }
+    if (LoadPart(*this, path)) {
+      return 1;
     }
     ResetPart(state_);
-    auto parser = std::make_unique<MessageParser>(state_, path);
-    if (!parser->IsOpen()) {
-      return 0;
-    }
-    const bool loaded = parser->Load();
-    parser.reset();
-    if (!loaded) {
-      ResetPart(state_);
-    }
-    return loaded ? 1 : 0;
+    return 0;
   });
 }
 
@@ -109,7 +112,7 @@ int MIMEPart::WriteMessage(int reencode, const char* subjectSuffix, const char* 
   return OrFailure(0, [&] {
     const WriteRequest request{reencode != 0, TextOrEmpty(subjectSuffix), passThrough,
                                TextOrEmpty(attachmentName)};
-    return std::make_unique<MessageWriter>(state_, request)->Write() ? 1 : 0;
+    return WritePart(state_, request) ? 1 : 0;
   });
 }
 

@@ -90,6 +90,8 @@ class MIMEPart : public PartObject {
   // For the rest of the library, which has the part to itself.
   PartState& State() { return state_; }
   const PartState& State() const { return state_; }
+  // Puts the part back to what it was before loading; false without memory.
+  bool PrepareLoad();
 
  private:
   // Runs `work` under the part's lock; `failure` when memory runs out.

@@ -19,6 +19,16 @@ void ResetPart(PartState& part) {
   part = std::move(fresh);
 }
 
+void EndParts(PartList parts) {
+  while (!parts.empty()) {
+    const PartPtr first = std::move(parts.front().part);
+    parts.pop_front();
+    if (first) {
+      parts.splice(parts.begin(), first->State().children);
+    }
+  }
+}
+
 void RemoveFiles(const PartState& part) {
   RemoveOwnAndBodies(part.files);
   if (part.kind.isMultipart) {

@@ -80,6 +80,9 @@ struct PartState {
 // depth, write-through and the signatures inherited.
 void ResetPart(PartState& part);
 
+// Ends the parts and all that they hold, from the outermost inwards, however deep they nest.
+void EndParts(PartList parts);
+
 // Removes the part's own file and bodies and, below a multipart, those of all its children.
 void RemoveFiles(const PartState& part);
 

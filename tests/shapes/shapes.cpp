@@ -194,6 +194,16 @@ std::string NestedMultiparts(std::size_t count) {
 }
 
 std::string NestedByTurns(std::size_t count) {
+  return Each(count,
+              [](std::size_t n) {
+                return "Content-Type: multipart/mixed; boundary=b" + Number(n) + ".\r\n\r\n--b" +
+                       Number(n) + ".\r\n" + std::string(kEmbedded);
+              }) +
+         "T: 1\r\n\r\ninner\r\n";
+}
+
+// The delimiters of the inner ones end the parts of the outermost.
+std::string NestedUnderOneBoundary(std::size_t count) {
   return Times("Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n" + std::string(kEmbedded),
                count) +
          "T: 1\r\n\r\ninner\r\n";
@@ -289,6 +299,7 @@ const std::vector<Shape>& HostileShapes() {
       {"embedded-below-the-limit", EmbeddedBelowTheLimit, 20000, 100},
       {"nested-multiparts", NestedMultiparts, 100000, 100},
       {"nested-by-turns", NestedByTurns, 50000, 100},
+      {"nested-under-one-boundary", NestedUnderOneBoundary, 10000, 100},
       {"nuls", Nuls, 4000000, 50000},
       {"nul-fields", NulFields, 100000, 2000},
       {"line-ends", LineEnds, 200000, 5000},
