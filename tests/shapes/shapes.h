@@ -4,6 +4,7 @@
 #define ZEVKA_TESTS_SHAPES_SHAPES_H
 
 #include <cstddef>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,11 @@ struct Shape {
   std::size_t full;   // the count that the command measures
   std::size_t small;  // the count that tests begin with; they go on with four times as many
 };
+
+// For the reports of tests.
+inline void PrintTo(const Shape& shape, std::ostream* out) {
+  *out << shape.name;
+}
 
 // All of them.
 const std::vector<Shape>& HostileShapes();
