@@ -8,14 +8,6 @@
 namespace zevka::fuzz {
 namespace {
 
-std::string BodyOf(MIMEPart& part,
-                   std::uint64_t (MIMEPart::*read)(void*, std::uint64_t, std::int64_t)) {
-  std::string body((part.*read)(nullptr, 0, 0), '\0');
-  const std::uint64_t count = body.empty() ? 0 : (part.*read)(body.data(), body.size(), 0);
-  body.resize(count);
-  return body;
-}
-
 std::vector<Field> FieldsOf(const PartState& state) {
   std::vector<Field> fields;
   for (const HeaderNode& node : state.headers) {
@@ -82,6 +74,14 @@ std::string KindDifference(const Tree& left, const Tree& right) {
 }
 
 }  // namespace
+
+std::string BodyOf(MIMEPart& part,
+                   std::uint64_t (MIMEPart::*read)(void*, std::uint64_t, std::int64_t)) {
+  std::string body((part.*read)(nullptr, 0, 0), '\0');
+  const std::uint64_t count = body.empty() ? 0 : (part.*read)(body.data(), body.size(), 0);
+  body.resize(count);
+  return body;
+}
 
 Tree TreeOf(MIMEPart& part, Decode decode) {
   const PartState& state = part.State();

@@ -49,6 +49,10 @@ struct Tree {
 
 enum class Decode { kNone, kModified, kAll };
 
+// A body of a part, by its slot 27 or 29.
+std::string BodyOf(MIMEPart& part,
+                   std::uint64_t (MIMEPart::*read)(void*, std::uint64_t, std::int64_t));
+
 // The tree of an open message.
 //   decode  which bodies to decode. This may add fields, to the part and so to the tree
 Tree TreeOf(MIMEPart& part, Decode decode);

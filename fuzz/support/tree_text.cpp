@@ -200,8 +200,13 @@ class Reader {
       return std::nullopt;
     }
     read.encoded = *body;
-    if (tree.fields.empty() && MayBeginWithField(*body)) {
-      return std::nullopt;
+    if (tree.fields.empty()) {
+      const std::string_view line = FirstLine(*body);
+      if (line.find(':') != std::string_view::npos) {
+        return std::nullopt;
+      }
+      // What has no line of text tells no line end.
+      read.lineEnd = line.empty() || line.size() > kLongestLine ? "\r\n" : read.lineEnd;
     }
     if (tree.isMultipart ? !ReadMultipart(tree, depth, read) : !ReadEmbedded(tree, depth, read)) {
       return std::nullopt;
@@ -252,10 +257,10 @@ class Reader {
     return true;
   }
 
-  bool MayBeginWithField(std::string_view body) const {
+  // The first line that has text.
+  std::string_view FirstLine(std::string_view body) const {
     const std::size_t begin = std::min(body.find_first_not_of("\r\n"), body.size());
-    const std::string_view line = body.substr(begin, body.find(lineEnd_, begin) - begin);
-    return line.find(':') != std::string_view::npos;
+    return body.substr(begin, body.find(lineEnd_, begin) - begin);
   }
 
   // How often the fields speak of a boundary; what else they say of it is not looked at.
