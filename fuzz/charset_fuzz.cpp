@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +17,7 @@
 #include "codec/text_holders.h"
 #include "codec/utf_convert.h"
 #include "fuzz/support/exact.h"
+#include "fuzz/support/exact_wide.h"
 #include "fuzz/support/input.h"
 #include "fuzz/support/law.h"
 #include "fuzz/support/target.h"
@@ -28,30 +28,6 @@ namespace {
 
 constexpr std::string_view kError = "(conversion-error)";
 constexpr std::size_t kNarrowRoom = 2048;  // bytes of UTF-8 on the way to narrow text
-
-// Wide characters in a block of exactly their size.
-class WideRoom {
- public:
-  static constexpr wchar_t kMark = 0x5A5A5A5A;
-
-  explicit WideRoom(std::size_t size) : size_(size), cells_(new wchar_t[size]) {
-    std::fill_n(cells_.get(), size_, kMark);
-  }
-  explicit WideRoom(const std::wstring& text) : WideRoom(text.size()) {
-    text.copy(cells_.get(), size_);
-  }
-  wchar_t* Begin() { return cells_.get(); }
-  wchar_t* End() { return cells_.get() + size_; }
-  std::wstring All() const { return {cells_.get(), size_}; }
-  std::wstring UpToNul() const { return All().substr(0, All().find(L'\0')); }
-  bool IsUntouched() const {
-    return std::all_of(cells_.get(), cells_.get() + size_, [](wchar_t c) { return c == kMark; });
-  }
-
- private:
-  std::size_t size_;
-  std::unique_ptr<wchar_t[]> cells_;
-};
 
 // What a conversion gave: its result, what it wrote, and how much of the source it used.
 template <typename Text>

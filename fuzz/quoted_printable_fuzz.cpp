@@ -122,20 +122,25 @@ void CheckDecoder(LineEndStyle style, std::string_view lengths, std::string_view
   little.End();
 }
 
-std::string EncodeByBytes(std::string_view body, std::string_view terminator) {
+// Encodes a body byte by byte. `breaks` are its line ends, `terminator` those of the text, and
+// `last` stands behind a last line that has no end.
+std::string EncodeByBytes(std::string_view body, std::string_view breaks,
+                          std::string_view terminator, std::string_view last) {
   TextFile file;
   QpLineState state;
   terminator.copy(state.terminator, terminator.size());
   state.terminatorLength = static_cast<std::uint32_t>(terminator.size());
-  for (const char c : body) {
-    const int result = QpEncodeByte(&file, static_cast<unsigned char>(c), state, c == '\n', false);
-    Law(result == 0, "a byte is encoded");
+  bool ended = true;
+  while (!body.empty()) {
+    ended = body.starts_with(breaks);
+    const auto byte = static_cast<unsigned char>(body.front());
+    Law(QpEncodeByte(&file, byte, state, ended, false) == 0, "a byte is encoded");
     Law(state.length < sizeof(state.line), "a line has at most 75 characters");
+    body.remove_prefix(ended ? breaks.size() : 1);
   }
   Law(QpEncodeByte(&file, 0, state, false, true) == 0, "the body ends");
-  Law((state.lineStarted != 0) == (!body.empty() && body.back() != '\n'),
-      "a last line without an end is told");
-  return file.written + std::string(state.lineStarted != 0 ? terminator : "");
+  Law((state.lineStarted == 0) == ended, "a last line without an end is told");
+  return file.written + std::string(ended ? "" : last);
 }
 
 // Lines are no longer than 76 characters, or 77 with an encoded blank at the end, and show no blank
@@ -157,7 +162,7 @@ void CheckForm(std::string_view text, std::string_view terminator) {
 
 void CheckLineEncoder(LineEndStyle style, std::string_view body) {
   const std::string_view terminator = LineEndBytes(style);
-  const std::string text = EncodeByBytes(body, terminator);
+  const std::string text = EncodeByBytes(body, "\n", terminator, terminator);
   Law(text == reference::EncodeQp(body, terminator), "the reference encodes the same text");
   CheckForm(text, terminator);
   std::string expected;
@@ -195,6 +200,8 @@ void CheckBodyEncoder(LineEndStyle style, std::string_view breaks, std::string_v
   const LineEnd lineEnd{style, style, std::string(breaks)};
   Law(EncodeQuotedPrintableBody(output, decoded, lineEnd) == 0, "a body is encoded");
   Law(source.unread.empty(), "a body is read to its end");
+  Law(target.written == EncodeByBytes(body, breaks, LineEndBytes(style), breaks),
+      "the line ends of the part, and nothing else, are hard line breaks");
   const std::string expected = WithBreaks(body, breaks, LineEndBytes(style), breaks);
   Law(DecodeWhole(style, target.written) == Decoded{expected, 0},
       "decoding what was encoded gives the body back");
