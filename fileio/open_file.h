@@ -7,7 +7,7 @@
 //
 //     RemoveUnlessKept file(name);
 //     OpenFile out(file.Name(), "w");
-//     if (!out || !out.Write(text) || !out.Close()) return std::nullopt;
+//     if (!out || !out.Write(text) || !out.CloseWritten()) return std::nullopt;
 //     return file.Keep();
 //
 // Threads: one guard is used by one thread at a time.
@@ -66,6 +66,14 @@ class OpenFile {
 
   // True when an operation on the handle has set its error flag.
   bool Failed() const { return handle_ != nullptr && FileError(handle_) != 0; }
+
+  // Closes a file that was written; false when something did not get there. On disk the last bytes
+  // leave with the seek, and a file that moved to disk tells by its error flag alone that its
+  // former contents did not fit: closing says nothing of either.
+  bool CloseWritten() {
+    const bool written = !Failed() && Seek(0, SEEK_CUR);
+    return Close() && written;
+  }
 
   // Closes; false when that failed or nothing was open. Nothing is open afterwards.
   bool Close() {

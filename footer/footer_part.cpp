@@ -33,7 +33,7 @@ std::optional<std::string> MakeFooterPart(const PartState& message) {
   }
   WriteHeaderBlock(out, footer, lineEnd);
   WriteFooterLines(out, footer, lineEnd);
-  if (out.Failed() || !out.Write(lineEnd) || !out.Close()) {
+  if (!out.Write(lineEnd) || !out.CloseWritten()) {
     return std::nullopt;
   }
   return file.Keep();

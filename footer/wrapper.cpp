@@ -84,7 +84,7 @@ std::optional<std::string> MakeWrapperFile(const PartState& message) {
       return std::nullopt;
     }
   }
-  if (out.Failed() || !out.Close()) {
+  if (!out.CloseWritten()) {
     return std::nullopt;
   }
   return file.Keep();

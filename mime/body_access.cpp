@@ -81,8 +81,10 @@ std::uint64_t WriteBody(PartState& part, BodyKind kind, const void* buf, std::ui
   if (!file) {
     return 0;
   }
-  const std::uint64_t written = FileWrite(buf, 1, sizeBytes, file.Handle());
-  file.Close();
+  std::uint64_t written = FileWrite(buf, 1, sizeBytes, file.Handle());
+  if (!file.CloseWritten() && written == sizeBytes && written != 0) {
+    --written;  // how much of the end is missing is not known
+  }
   // KEEP(encoded-write-unmarked): only a new decoded body has the body encoded anew.
   if (kind == BodyKind::kDecoded && written == sizeBytes) {
     part.modified = true;

@@ -66,7 +66,7 @@ void CopySource(PartState& part) {
       return;
     }
   }
-  if (from.Failed() || !to.Close()) {
+  if (from.Failed() || !to.CloseWritten()) {
     return;
   }
   part.files.sourceCopy = file.Keep();

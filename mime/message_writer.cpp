@@ -97,7 +97,7 @@ const PartNode* MessageWriter::NextEmbedded() {
 
 // KEEP(removed-part-succeeds): nothing is written, and that is success.
 bool MessageWriter::End() {
-  return part_.removed || output_.Close();
+  return part_.removed || output_.CloseWritten();
 }
 
 // KEEP(own-line-end): also between bodies that end their lines otherwise.

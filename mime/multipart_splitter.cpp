@@ -60,10 +60,10 @@ bool MultipartSplitter::Flush(OpenFile& out, std::size_t bytes) {
 bool MultipartSplitter::ExtractPreamble() {
   RemoveUnlessKept file(part_.files.encoded);
   OpenFile out(file.Name(), "wb");
-  if (!out || !input_.Seek(part_.bodyStart) || !CopyPreamble(out) || !SkipBlanksInBlocks()) {
+  if (!out || !input_.Seek(part_.bodyStart) || !CopyPreamble(out) || !SkipBlanksInBlocks() ||
+      !out.CloseWritten()) {
     return false;
   }
-  out.Close();
   file.Keep();
   // Whether the input ended is asked again while splitting, for the last block is treated by itself
   // there.
@@ -159,7 +159,7 @@ MultipartSplitter::ChildEnd MultipartSplitter::SplitChild() {
     return ChildEnd::kFailed;
   }
   const ChildEnd end = WriteChild(out);
-  if (end == ChildEnd::kFailed || !out.Close()) {
+  if (end == ChildEnd::kFailed || !out.CloseWritten()) {
     return ChildEnd::kFailed;
   }
   LoadChild(file.Name());

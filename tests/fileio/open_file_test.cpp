@@ -119,5 +119,25 @@ TEST_F(Guards, TheRemoverDeclaredFirstRemovesAfterTheCloser) {
   EXPECT_EQ(MemoryInUse(), 0U);
 }
 
+TEST_F(Guards, ClosingAWrittenFileTellsWhatADiskDidNotTake) {
+  OpenFile full("/dev/full", "w");
+  EXPECT_TRUE(full.Write("kept back until it is closed"));
+  EXPECT_FALSE(full.CloseWritten());
+  EXPECT_FALSE(static_cast<bool>(full));
+
+  OpenFile memory(Path("f"), "w");
+  EXPECT_TRUE(memory.Write("abc"));
+  EXPECT_TRUE(memory.CloseWritten());
+  EXPECT_EQ(Contents(Path("f")), "abc");
+  EXPECT_FALSE(memory.CloseWritten());
+}
+
+TEST_F(Guards, ClosingAWrittenFileLooksAtItsErrorFlag) {
+  OpenFile file(Path("f"), "w");
+  char byte = 'x';
+  EXPECT_EQ(file.Read(&byte, 1), 0U);  // not its right, which sets the flag
+  EXPECT_FALSE(file.CloseWritten());
+}
+
 }  // namespace
 }  // namespace zevka::test
