@@ -1,10 +1,6 @@
 #include "tests/faults/scenario.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdlib>
-#include <cwchar>
-#include <stdexcept>
 
 #include "tests/support/temp_dir.h"
 
@@ -112,13 +108,20 @@ Outcome RunScenario(const World& world, const Scenario& scenario, bool withFoote
   return outcome;
 }
 
-const Scenario& ScenarioNamed(std::string_view name) {
-  const auto found = std::find_if(Scenarios().begin(), Scenarios().end(),
-                                  [&](const Scenario& scenario) { return scenario.name == name; });
-  if (found == Scenarios().end()) {
-    throw std::runtime_error("no scenario " + std::string(name));
+std::ostream& operator<<(std::ostream& out, const Scenario& scenario) {
+  return out << scenario.name;
+}
+
+std::string CamelCase(std::string_view name) {
+  std::string camel;
+  bool upper = true;
+  for (const char c : name) {
+    if (c != '-') {
+      camel += upper ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    upper = c == '-';
   }
-  return *found;
+  return camel;
 }
 
 }  // namespace zevka::test

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <exception>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -106,8 +107,11 @@ struct Scenario {
   Ending ending;
 };
 
+// For the names of tests.
+std::ostream& operator<<(std::ostream& out, const Scenario& scenario);
+std::string CamelCase(std::string_view name);
+
 const std::vector<Scenario>& Scenarios();
-const Scenario& ScenarioNamed(std::string_view name);
 
 // Puts the message in place (on disk, when that is its source), runs the scenario and tells what
 // came of it. With `withFooter` false, no footer is asked for.

@@ -8,7 +8,7 @@ namespace {
 
 bool IsTransferCause(Cause cause) {
   return cause == Cause::kOpen || cause == Cause::kRead || cause == Cause::kWrite ||
-         cause == Cause::kSeek || cause == Cause::kMemory;
+         cause == Cause::kSeek || cause == Cause::kMemory || cause == Cause::kDisk;
 }
 
 bool IsMultipart(const Scenario& scenario) {
@@ -122,7 +122,7 @@ const StatedLoss* StatedLeftover(const Hit& hit, const std::string& suffix) {
       "text-left-behind", "the text of a child that could not be opened stays under its name",
       nullptr};
   static const StatedLoss unremoved = {"not-removed", "what cannot be removed stays", nullptr};
-  if (hit.cause == Cause::kRemove) {
+  if (hit.cause == Cause::kRemove || hit.removalFails) {
     return &unremoved;
   }
   return hit.cause == Cause::kOpen && hit.inEnd && IsChildName(suffix) ? &unopened : nullptr;

@@ -22,6 +22,7 @@ enum class Cause {
   kOther,   // another entry of the table
   kMemory,  // an allocation
   kDisk,    // the disk itself: full, limited, gone, read-only
+  kCommit,  // the same, while they are in memory and only what is brought to disk can fail
 };
 
 // What went wrong in one run.
@@ -32,6 +33,7 @@ struct Hit {
   bool inOpen = false;      // the phases in which something failed
   bool inWork = false;
   bool inEnd = false;
+  bool removalFails = false;  // nothing could be removed meanwhile
 };
 
 struct StatedLoss {

@@ -25,11 +25,6 @@
 
 namespace zevka::test {
 
-// For the names of tests.
-static void PrintTo(const Scenario& scenario, std::ostream* out) {
-  *out << scenario.name;
-}
-
 namespace {
 
 struct Mode {
@@ -159,17 +154,7 @@ TEST_P(TableSweep, LosesNothingThatIsNotStated) {
 }
 
 std::string ScenarioName(const ::testing::TestParamInfo<Scenario>& scenario) {
-  std::string name;
-  bool upper = true;
-  for (const char c : std::string(scenario.param.name)) {
-    if (c == '-') {
-      upper = true;
-      continue;
-    }
-    name += upper ? static_cast<char>(c - 'a' + 'A') : c;
-    upper = false;
-  }
-  return name;
+  return CamelCase(scenario.param.name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, TableSweep, ::testing::ValuesIn(Scenarios()), &ScenarioName);
