@@ -48,11 +48,11 @@ class Files {
  public:
   Files() {
     Law(InstallMemoryFiles() == 0, "the memory files are there");
-    plainRemove_ = CurrentFileOperations().remove;
+    plainRemove = CurrentFileOperations().remove;
     CurrentFileOperations().remove = Remove;
   }
 
-  static reference::Texts TakeChildren() { return std::exchange(children_, {}); }
+  static reference::Texts TakeChildren() { return std::exchange(removedChildren, {}); }
 
  private:
   static bool IsChild(std::string_view name) {
@@ -61,13 +61,13 @@ class Files {
   }
   static int Remove(const char* name) {
     if (IsChild(name)) {
-      children_.push_back(Contents(name));
+      removedChildren.push_back(Contents(name));
     }
-    return plainRemove_(name);
+    return plainRemove(name);
   }
 
-  static inline int (*plainRemove_)(const char*) = nullptr;
-  static inline reference::Texts children_;
+  static inline int (*plainRemove)(const char*) = nullptr;
+  static inline reference::Texts removedChildren;
 };
 
 void CheckCollecting(std::string_view value, const reference::Texts& expected) {

@@ -87,7 +87,7 @@ ToBytes Encode(const std::wstring& wide, std::size_t room, ConversionFlags flags
 ToBytes ExpectedBytes(const std::wstring& wide, std::size_t room, ConversionFlags flags) {
   ToBytes expected;
   for (const wchar_t cell : wide) {
-    auto c = static_cast<std::uint32_t>(cell);
+    auto c = static_cast<std::uint32_t>(static_cast<std::int32_t>(cell));
     if (flags == ConversionFlags::kStrict && c >= 0xD800 && c <= 0xDFFF) {
       expected.result = ConversionResult::kSourceIllegal;
       return expected;

@@ -30,7 +30,7 @@ std::string Uncommented(std::string text) {
 
 // Takes the characters in front that belong to a set off a text.
 std::string TakeAnyOf(const std::string& characters, std::string& text) {
-  const std::string taken = text.substr(0, text.find_first_not_of(characters));
+  std::string taken = text.substr(0, text.find_first_not_of(characters));
   text = text.substr(taken.size());
   return taken;
 }
@@ -39,7 +39,7 @@ std::string TakeAnyOf(const std::string& characters, std::string& text) {
 std::string TakeValue(std::string& text) {
   const bool quoted = text.substr(0, 1) == "\"";
   text = text.substr(quoted ? 1 : 0);
-  const std::string value = text.substr(0, text.find_first_of(quoted ? "\"" : "; \t"));
+  std::string value = text.substr(0, text.find_first_of(quoted ? "\"" : "; \t"));
   text = text.substr(std::min(text.size(), value.size() + (quoted ? 1 : 0)));
   return value;
 }

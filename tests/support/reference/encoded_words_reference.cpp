@@ -110,11 +110,11 @@ Run DecodeRun(const std::string& text, std::size_t room, int depth, const std::s
     return {};
   }
   std::string rest;
-  const Run word = FirstWord(text, room, lineEnd, convert, rest);
+  Run word = FirstWord(text, room, lineEnd, convert, rest);
   if (word.count < 0) {
     return word;
   }
-  const Run others = DecodeRun(rest, room - word.bytes.size(), depth + 1, lineEnd, convert);
+  Run others = DecodeRun(rest, room - word.bytes.size(), depth + 1, lineEnd, convert);
   if (others.count < 0) {
     return others;
   }

@@ -79,7 +79,7 @@ TypeMatch MatchType(const std::string& value, const std::string& mediaType) {
 }
 
 Name NameIn(const std::string& value, const std::string& parameter, const std::string& lineEnd) {
-  const Name none{false, "body", std::nullopt, -1, false};
+  Name none{false, "body", std::nullopt, -1, false};
   const std::size_t at = Lower(value).find(parameter);
   if (at == std::string::npos) {
     return none;
