@@ -59,30 +59,20 @@ void MoveContents(FileHandle& from, FileHandle& to) ZEVKA_REQUIRES(layerMutex) {
   to.position = std::exchange(from.position, 0);
 }
 
-// One open, one write, one close; false with the errno of the open or the write. A file that was
-// made for this and cannot be filled goes again.
+// One open, one write, one close; false with the errno of the open or the write.
 // KEEP(commit-makes-a-new-file): mode 0644 and this process's owner, whatever the file had that was
 // there before it was set aside.
 bool WriteWhole(const FileHandle& file, const char* name) {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
-  constexpr ::mode_t kMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
-  int descriptor = ::open(name, kFlags | O_EXCL, kMode);
-  const bool isNew = descriptor >= 0;
-  if (!isNew && errno == EEXIST) {
-    descriptor = ::open(name, kFlags, kMode);
-  }
+  const int descriptor =
+      ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
   if (descriptor < 0) {
     return false;
   }
   const ssize_t written = ::write(descriptor, file.data, file.length);
-  const bool whole = written >= 0 && static_cast<std::uint64_t>(written) == file.length;
   const int writeErrno = errno;
   ::close(descriptor);
-  if (isNew && !whole) {
-    ::unlink(name);
-  }
   errno = writeErrno;
-  return whole;
+  return written >= 0 && static_cast<std::uint64_t>(written) == file.length;
 }
 
 }  // namespace

@@ -15,6 +15,16 @@ bool IsFooterFile(const std::string& name) {
   return name.size() > kLongestNameKept && name.ends_with(kFooterSuffix);
 }
 
+void RemoveBodies(const BodyFiles& files) {
+  if (!files.encoded.empty()) {
+    RemoveFile(files.encoded);
+    RemoveFile(files.decoded);
+  }
+  if (files.sourceCopy) {
+    RemoveFile(*files.sourceCopy);
+  }
+}
+
 }  // namespace
 
 void NameBodies(BodyFiles& files) {
@@ -29,12 +39,9 @@ void RemoveAtEnd(const BodyFiles& files, const std::optional<std::string>& foote
   if (files.own && IsFooterFile(*files.own)) {
     RemoveFile(*files.own);
   }
-  if (!files.encoded.empty()) {
-    RemoveFile(files.encoded);
-    RemoveFile(files.decoded);
-  }
-  if (files.sourceCopy) {
-    RemoveFile(*files.sourceCopy);
+  RemoveBodies(files);
+  if (files.pieceOnDisk) {
+    RemoveBodies(files);
   }
   // KEEP(footer-text-removed): the pending footer text is removed as if it named a file. Such a
   // file hardly ever exists; where a host made one, it counts on its going.

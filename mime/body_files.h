@@ -22,6 +22,7 @@ struct BodyFiles {
   std::string encoded;                    // path_e; empty until the body was extracted
   std::string decoded;                    // path_d; empty until the body was extracted
   std::optional<std::string> sourceCopy;  // path_e.rfc822, for an embedded message only
+  bool pieceOnDisk = false;  // a commit of one failed: a piece may lie under its memory file
 };
 
 // Names the two body files after files.own, which must be set.

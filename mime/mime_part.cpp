@@ -34,6 +34,13 @@ bool IsSet(int flag) {
   return (flag & 0xFF) != 0;
 }
 
+// Brings a body to disk; the part remembers when a piece of it may lie there.
+bool CommitBody(BodyFiles& files, const std::string& name) {
+  const bool done = CommitFile(name);
+  files.pieceOnDisk = files.pieceOnDisk || !done;
+  return done;
+}
+
 // The larger of the size that the part reports and the length of the text in wide characters. A
 // text never has more wide characters than bytes, so a shorter one need not be converted.
 template <typename Size>
@@ -292,7 +299,7 @@ int MIMEPart::DoGetDecodedBodyFile(char* buf, int commit) {
     return 0;
   }
   CopyPadded(buf, kPathRoom, *name);
-  return !IsSet(commit) || CommitFile(*name) ? 1 : 0;
+  return !IsSet(commit) || CommitBody(state_.files, *name) ? 1 : 0;
 }
 
 int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
@@ -306,7 +313,7 @@ int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
   if (name == nullptr) {
     return 0;
   }
-  return !IsSet(commit) || CommitFile(*name) ? 1 : 0;
+  return !IsSet(commit) || CommitBody(state_.files, *name) ? 1 : 0;
 }
 
 int MIMEPart::GetSourceFile(char* buf) {
@@ -316,7 +323,7 @@ int MIMEPart::GetSourceFile(char* buf) {
       return 0;
     }
     CopyPadded(buf, kPathRoom, *state_.files.sourceCopy);
-    CommitFile(*state_.files.sourceCopy);
+    CommitBody(state_.files, *state_.files.sourceCopy);
     return 1;
   });
 }

@@ -72,7 +72,7 @@ struct FileOperations {
   int (*remove)(const char* name);
   // Writes the memory file of that name to disk (mode 0644 less the umask) and drops it from
   // memory. 0, also when there is no memory file but a disk file. -1 and errno: the memory file is
-  // still there; a disk file that was there before may be empty or a part of it.
+  // still there, and the disk file may be empty or a part of it.
   int (*commit)(const char* name);
   // A memory file is a regular file 0644 with its size and nothing else. Trap: a name that does not
   // exist gives -1 and EIO, not ENOENT.
