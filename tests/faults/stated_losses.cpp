@@ -125,6 +125,12 @@ const StatedLoss* StatedLeftover(const Hit& hit, const std::string& suffix) {
   if (hit.cause == Cause::kRemove || hit.removalFails) {
     return &unremoved;
   }
+  static const StatedLoss piece = {
+      "piece-of-a-commit", "a message that did not get to disk whole leaves its beginning there",
+      nullptr};
+  if (hit.cause == Cause::kCommit && suffix.empty()) {
+    return &piece;
+  }
   return hit.cause == Cause::kOpen && hit.inEnd && IsChildName(suffix) ? &unopened : nullptr;
 }
 
