@@ -154,7 +154,7 @@ TEST(LoadThreads, UseUpTheBudgetTogether) {
   const TempDir folder;
   InChildAt(folder.Path(), [&folder] {
     const Host host;
-    constexpr int kHungry = 8;
+    constexpr int kHungry = 6;
     std::string body;
     while (body.size() < 9000000) {
       body += "QUJDREVGR0hJSktMTU5PUFFSU1RVVldYWVphYmNkZWZnaGlqa2xtbm9wcXJzdHV2d3h5ejAx\r\n";
