@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 // The C library's own, under the names it keeps for programs that put theirs in front.
 extern "C" {
@@ -12,13 +13,7 @@ void* __libc_realloc(void* block, std::size_t bytes);
 void* __libc_memalign(std::size_t alignment, std::size_t bytes);
 void __libc_free(void* block);
 
-void* malloc(std::size_t bytes);
-void* calloc(std::size_t count, std::size_t bytes);
-void* realloc(void* block, std::size_t bytes);
-void* memalign(std::size_t alignment, std::size_t bytes);
-void* aligned_alloc(std::size_t alignment, std::size_t bytes);
-int posix_memalign(void** block, std::size_t alignment, std::size_t bytes);
-void free(void* block);
+void* memalign(std::size_t alignment, std::size_t bytes) noexcept;
 }
 
 namespace {
@@ -51,15 +46,15 @@ void* Counted(void* block) {
 
 }  // namespace
 
-void* malloc(std::size_t bytes) {
+void* malloc(std::size_t bytes) noexcept {
   return Fails() ? nullptr : Counted(__libc_malloc(bytes));
 }
 
-void* calloc(std::size_t count, std::size_t bytes) {
+void* calloc(std::size_t count, std::size_t bytes) noexcept {
   return Fails() ? nullptr : Counted(__libc_calloc(count, bytes));
 }
 
-void* realloc(void* block, std::size_t bytes) {
+void* realloc(void* block, std::size_t bytes) noexcept {
   if (block == nullptr) {
     return malloc(bytes);
   }
@@ -70,15 +65,15 @@ void* realloc(void* block, std::size_t bytes) {
   return Fails() ? nullptr : __libc_realloc(block, bytes);
 }
 
-void* memalign(std::size_t alignment, std::size_t bytes) {
+void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
   return Fails() ? nullptr : Counted(__libc_memalign(alignment, bytes));
 }
 
-void* aligned_alloc(std::size_t alignment, std::size_t bytes) {
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept {
   return memalign(alignment, bytes);
 }
 
-int posix_memalign(void** block, std::size_t alignment, std::size_t bytes) {
+int posix_memalign(void** block, std::size_t alignment, std::size_t bytes) noexcept {
   void* const made = memalign(alignment, bytes);
   if (made == nullptr) {
     return ENOMEM;
@@ -87,7 +82,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t bytes) {
   return 0;
 }
 
-void free(void* block) {
+void free(void* block) noexcept {
   live -= block != nullptr ? 1 : 0;
   __libc_free(block);
 }
