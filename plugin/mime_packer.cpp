@@ -84,7 +84,9 @@ PartObject* MimePacker::OpenMessageFromMemory(void* data, std::int64_t lengthByt
     if (!FillMessage(file, data, lengthBytes, copy)) {
       return nullptr;
     }
-    file.Close();
+    if (!file.CloseWritten()) {
+      return nullptr;
+    }
     // The part goes again when there is no memory for keeping the name.
     PartPtr message(AsPart(OpenPart(name.Name().c_str(), false)));
     if (message) {

@@ -24,7 +24,11 @@ bool Decodes(const Scenario& scenario) {
 }
 
 bool TransferIsSilent(const Hit& hit, const Scenario& scenario, Verdict verdict) {
-  return verdict == Verdict::kLess && IsTransferCause(hit.cause) &&
+  // Without a commit or a decoding, no transfer reaches what is looked at.
+  const bool transfers =
+      scenario.work != nullptr ||
+      (scenario.ending != Ending::kDiscard && scenario.ending != Ending::kCloseWithoutCommit);
+  return verdict == Verdict::kLess && transfers && IsTransferCause(hit.cause) &&
          (hit.inOpen || Decodes(scenario));
 }
 
