@@ -139,6 +139,33 @@ TEST(HostileBodies, AreSearchedForManyCandidatesAsForEachByItself) {
   }
 }
 
+// Chains of candidates of which each begins with the one before it, in any order in the list.
+TEST(HostileBodies, AreSearchedForChainsOfCandidatesAsForEachByItself) {
+  std::mt19937 random(11);
+  const auto text = [&](std::size_t length) {
+    std::string made(length, ' ');
+    std::generate(made.begin(), made.end(), [&] { return random() % 8 == 0 ? 'a' : '-'; });
+    return made;
+  };
+  for (int round = 0; round < 300; ++round) {
+    BoundarySet set;
+    const std::string trunks[] = {text(120), text(120), Repeat("-", 120)};
+    for (std::size_t n = 2 + random() % 150; n > 0; --n) {
+      set.candidates.push_back("--" + trunks[random() % 3].substr(0, 10 + random() % 110));
+    }
+    const std::string block =
+        text(100) + "--" + trunks[random() % 3].substr(0, random() % 120) + "." + text(60);
+    std::size_t expected = kNone;
+    for (const std::string& candidate : set.candidates) {
+      expected = block.find(candidate);
+      if (expected != kNone) {
+        break;
+      }
+    }
+    ASSERT_EQ(FindBoundary(set, block, false), expected) << block;
+  }
+}
+
 TEST(HostileBodies, DoNotHoldACandidateLongerThanABlock) {
   const std::string longest = "--" + Repeat("a", 4094);
   BoundarySet set;
