@@ -3,6 +3,7 @@
 #include <sys/auxv.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace zevka {
@@ -24,7 +25,7 @@ std::uint64_t Mix(std::uint64_t left, std::uint64_t right) {
 
 // Depends on bytes that the system drew for this process, so that nobody can make texts that meet.
 std::uint64_t Hash(std::string_view text) {
-  const auto* drawn = reinterpret_cast<const char*>(::getauxval(AT_RANDOM));
+  const auto* drawn = std::bit_cast<const char*>(::getauxval(AT_RANDOM));
   const std::uint64_t first = (drawn == nullptr ? 0 : Word(drawn, 8)) ^ 0x9E3779B97F4A7C15;
   const std::uint64_t second = (drawn == nullptr ? 0 : Word(drawn + 8, 8)) | 1;
   std::uint64_t hash = first ^ text.size();
