@@ -25,6 +25,15 @@ std::size_t Alike(std::string_view left, std::string_view right, std::size_t fro
   return at;
 }
 
+// Whether `other` stands in front of the text in the order of the bytes, or is equal; they are
+// alike in that many bytes and no more.
+bool IsNotBehind(std::string_view other, std::string_view text, std::size_t alike) {
+  if (alike == other.size() || alike == text.size()) {
+    return alike == other.size();
+  }
+  return static_cast<unsigned char>(other[alike]) < static_cast<unsigned char>(text[alike]);
+}
+
 }  // namespace
 
 void BoundarySearch::Prepare(const std::vector<std::string>& texts, std::size_t longest) {
@@ -111,21 +120,14 @@ BoundarySearch::Neighbour BoundarySearch::Before(const std::vector<std::string>&
     // Closer to the end that the text is compared with than the text is, or not as close: then the
     // middle lies on that end's side of the text, or on the other.
     if (measured != known) {
-      const bool goUp = (measured > known) == byLower;
-      if (goUp) {
-        lower = middle;
-        asLower = byLower ? known : measured;
-      } else {
-        upper = middle;
-        asUpper = byLower ? measured : known;
-      }
+      const bool up = (measured > known) == byLower;
+      (up ? lower : upper) = middle;
+      (up ? asLower : asUpper) = std::min(measured, known);
       continue;
     }
     const std::string& other = texts[entry.place];
     const std::size_t alike = Alike(text, other, known);
-    const bool notBehind = alike == other.size() ||
-                           (alike < text.size() && static_cast<unsigned char>(other[alike]) <
-                                                       static_cast<unsigned char>(text[alike]));
+    const bool notBehind = IsNotBehind(other, text, alike);
     (notBehind ? lower : upper) = middle;
     (notBehind ? asLower : asUpper) = alike;
   }
