@@ -21,7 +21,7 @@ check() {
 export -f check
 
 folders=()
-for folder in include fileio codec mime footer plugin host examples tests; do
+for folder in include fileio codec mime footer plugin host examples tests fuzz; do
   [[ -d "$folder" ]] && folders+=("$folder")
 done
 find "${folders[@]}" -name '*.h' -print0 | sort -z | xargs -0 -r -n 1 -P 2 bash -c 'check "$1"' check
