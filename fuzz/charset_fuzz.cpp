@@ -284,7 +284,7 @@ void CheckOneInput(Input input) {
     charset = std::string(row % 2 == 0 || one.alias.empty() ? one.name : one.alias);
   } else {
     charset = std::string(input.Text(input.Byte() & 31U));
-    charset = charset.substr(0, charset.find('\0'));
+    charset.resize(std::min(charset.find('\0'), charset.size()));
   }
   const std::string_view text = input.Rest();
   const std::wstring cells = CellsOf(text);

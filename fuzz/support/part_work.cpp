@@ -242,8 +242,8 @@ void PartWork::AskSmallThings(MIMEPart& part) {
   Law(Packer().QueryControl(kQuerySigned, static_cast<PartObject*>(&part)) ==
           (signatures.domain || signatures.protocol ? 1 : 0),
       "the question for signatures is answered by what was read");
-  std::array<wchar_t, kWidePathRoom> path{};
   if (mayUseDisk_) {
+    std::array<wchar_t, kWidePathRoom> path{};
     const int result = steering_.OneIn(2) ? part.GetDecodedBodyFileW(path.data())
                                           : part.GetEncodedBodyFileW(path.data());
     Law(result == 0 || path[0] != L'\0', "a body on disk has a wide path");
