@@ -124,8 +124,9 @@ void WrapMessage(PartPtr message, PartPtr footer, const CommitTexts& texts) {
   const SaveOutcome outcome =
       SaveMessage(*wrapper->part, texts.subjectSuffix, texts.passThrough, texts.attachmentName);
   wrapper.reset();
-  if (outcome != SaveOutcome::kWritten) {
-    // It may not have come back to its place; nobody needs it.
+  if (outcome == SaveOutcome::kNotWritten && !RegularFileSize(skeleton.Name())) {
+    // It did not come back to its place, and nobody needs it. When it did, a file of that name is
+    // somebody else's.
     RemoveFile(oldSkeleton);
   }
   // The wrapper takes in its first child's file and removes it; one that is still there was left

@@ -198,6 +198,24 @@ TEST_F(CommitTest, SucceedsThoughWritingFailed) {
   EXPECT_EQ(Get(Path("m")), "A: b\r\n\r\nHi\r\n");
 }
 
+// The wrapper is set aside under a name that may be taken on disk, where it never goes.
+TEST_F(CommitTest, LeavesADiskFileAloneThatHasTheNameOfAWrapperSetAside) {
+  WriteDisk(Path("m_multipart_b"), "mine");
+  const std::string text = "Content-Type: text/html\r\n\r\n<p>\r\n";
+  int faults = 1;
+  for (int n = 1; faults != 0; ++n) {
+    PartPtr part = WithFooter(text, "S");
+    {
+      FaultTable table;
+      table.FailOnce(FileEntry::kWrite, n);
+      EXPECT_EQ(CommitMessage(std::move(part), {}), 0);
+      faults = table.Faults();
+    }
+    EXPECT_TRUE(OnDisk(Path("m_multipart_b"))) << "write " << n;
+    EXPECT_EQ(FileGetBuffer(Path("m_multipart_b").c_str()), nullptr) << "write " << n;
+  }
+}
+
 // KEEP(footer-failures-silent)
 TEST_F(CommitTest, SavesTheMessageWithoutAFooterThatCannotBeMade) {
   for (const std::string text :
