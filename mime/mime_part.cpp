@@ -104,6 +104,8 @@ int MIMEPart::SaveAndClose(const char* subjectSuffix, const char* passThrough,
 int MIMEPart::LoadFromFile(const char* path) {
   return OrFailure(0, [&] {
     if (path == nullptr) {
+      // The part stays as it is, but the threads begin anew.
+      static_cast<void>(ThreadMapCreate(iterators_, &ReleaseIteratorState));
       return 0;
     }
     if (LoadPart(*this, path)) {

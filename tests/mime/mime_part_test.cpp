@@ -57,6 +57,20 @@ TEST_F(MIMEPartTest, EndsWithoutHavingBeenLoaded) {
   EXPECT_EQ(part->SaveAndClose(nullptr, nullptr, nullptr), 0);
 }
 
+TEST_F(MIMEPartTest, LoadingFromNoPathTakesTheCursorsOnly) {
+  const PartPtr part = Load("A: 1\r\nB: 2\r\n\r\nbody\r\n");
+  std::array<char, 2048> name{};
+  std::array<char, 2048> value{};
+  EXPECT_EQ(part->RewindHeaders(), 1);
+  EXPECT_EQ(part->NextHeader(name.data(), value.data()), 1);
+  EXPECT_EQ(part->LoadFromFile(nullptr), 0);
+  EXPECT_EQ(part->NextHeader(name.data(), value.data()), 0);
+  EXPECT_EQ(part->RewindHeaders(), 1);
+  EXPECT_EQ(part->NextHeader(name.data(), value.data()), 1);
+  EXPECT_STREQ(name.data(), "A");
+  EXPECT_EQ(Decoded(*part), "body\r\n");
+}
+
 // KEEP(padded-exactly): each buffer is filled to the size reported, with NULs.
 TEST_F(MIMEPartTest, PadsFieldsToTheSizesItReports) {
   const PartPtr part = Load("A: b\r\n\r\n");
