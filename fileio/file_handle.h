@@ -1,7 +1,8 @@
 // The record behind a handle of the layered file operations, for disk and memory files alike.
 //
 // A disk handle has a stream and belongs to whoever opened it. A memory handle has none; its record
-// is the memory file itself, belongs to the registry and outlives its closing.
+// is the memory file itself, belongs to the registry and outlives its closing. So does that of a
+// file that has lost its name: several opens share one handle, and each may close it.
 #ifndef ZEVKA_FILEIO_FILE_HANDLE_H
 #define ZEVKA_FILEIO_FILE_HANDLE_H
 
@@ -22,9 +23,9 @@ inline constexpr std::size_t kMaxModeText = 7;     // characters kept of a mode 
 
 struct FileHandle {
   std::FILE* stream = nullptr;  // null for a memory file
-  MallocBuffer
-      name;     // as given, cut, terminated; no longer than it must be, as parts have many files
-  NameKey key;  // of the name before it was cut
+  MallocBuffer name;            // as given, cut, terminated; no longer than it must be, as parts
+                                // have many files
+  NameKey key;                  // of the name before it was cut
   std::array<char, kMaxModeText + 1> mode{};  // of the creation; a reopening does not change it
   OpenFlags openFlags = 0;                    // of a memory file: 0 while it is not open
 
@@ -35,7 +36,8 @@ struct FileHandle {
   std::int64_t position = 0;   // of the next read or write; may stand beyond the length
   std::int32_t errorFlag = 0;
   std::int32_t endOfFileFlag = 0;
-  bool nameless = false;  // a move to disk failed and cost it its name: it ends with its closing
+  bool nameless = false;               // a move to disk failed and cost it its name
+  FileHandle* nextNameless = nullptr;  // in the list of those
 };
 
 // A copy of a name, cut to what a record keeps; empty with ENOMEM when there is no memory for it.

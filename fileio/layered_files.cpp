@@ -220,12 +220,10 @@ void* LayeredOpen(const char* name, const char* mode) {
 
 int LayeredClose(void* handle) {
   FileHandle& file = HandleOf(handle);
-  if (file.nameless) {
-    // Nothing else leads to it any more.
-    ReleaseMemoryFile(&file);
-    return 0;
-  }
   if (file.stream == nullptr) {
+    if (file.nameless) {
+      DropMemoryData(file);  // nothing leads to it any more
+    }
     CloseMemoryFile(file);
     return 0;
   }

@@ -16,6 +16,7 @@ namespace zevka {
 namespace {
 
 constinit MemoryFileRegistry* registry ZEVKA_GUARDED_BY(layerMutex) = nullptr;
+constinit FileHandle* firstNameless ZEVKA_GUARDED_BY(layerMutex) = nullptr;
 constinit bool begun = false;  // changes only while no file is in use
 
 int CompareKeyPointers(const void* left, const void* right) {
@@ -102,12 +103,17 @@ int EndMemoryLayer() {
     return 0;
   }
   MemoryFileRegistry* ended = nullptr;
+  FileHandle* nameless = nullptr;
   {
     const MutexGuard guard(layerMutex);
     ended = std::exchange(registry, nullptr);
+    nameless = std::exchange(firstNameless, nullptr);
   }
   // Without the mutex: each release takes it.
   RegistryDestroy(ended);
+  while (nameless != nullptr) {
+    ReleaseMemoryFile(std::exchange(nameless, nameless->nextNameless));
+  }
   begun = false;
   return layerMutex.Destroy();
 }
@@ -202,6 +208,12 @@ bool TakeOutMemoryFile(const FileHandle& file) {
   // A private file's key leads to another file, which must stay.
   return Find(file.key, found) == RegistryResult::kSuccess && found == &file &&
          TakeOut(file.key, found) == RegistryResult::kSuccess;
+}
+
+void KeepNameless(FileHandle& file) {
+  const MutexGuard guard(layerMutex);
+  file.nameless = true;
+  file.nextNameless = std::exchange(firstNameless, &file);
 }
 
 // KEEP(remove-ends-handles): a file goes while it is open, and its handle with it.

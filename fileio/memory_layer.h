@@ -60,6 +60,10 @@ int AttachMemoryBuffer(FileHandle& file, char* buffer, std::uint64_t sizeBytes);
 // Takes this very file out of the registry; false when it is not there. The record stays.
 bool TakeOutMemoryFile(const FileHandle& file);
 
+// For a file that was taken out and cannot be on disk either: its record stays until the layer
+// ends.
+void KeepNameless(FileHandle& file);
+
 // Takes a file out and frees it, open or not. kSuccess, kNotFound, or a failure of the registry.
 RegistryResult RemoveMemoryFile(const NameKey& key);
 

@@ -137,6 +137,23 @@ TEST_F(MemorySpill, AFileThatLostItsNameEndsWithItsClosing) {
   }
 }
 
+// Who opened it while it was open shares its handle, and closes it too.
+TEST_F(MemorySpill, AFileThatLostItsNameMayBeClosedByAllWhoOpenedIt) {
+  const std::string nowhere = Path("nowhere/file");
+  void* const handle = Open(nowhere, "w+");
+  EXPECT_EQ(Open(nowhere, "r+"), handle);
+  Write(handle, "0123456789");
+  GoFarAway(handle);
+  EXPECT_EQ(Write(handle, "ab"), 0U);
+  EXPECT_EQ(FileClose(handle), 0);
+  EXPECT_EQ(MemoryInUse(), 0U);
+  EXPECT_EQ(Write(handle, "ab"), 0U);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(FileClose(handle), 0);
+  EXPECT_EQ(MemoryInUse(), 0U);
+  EXPECT_EQ(SizeOf(nowhere), -1);
+}
+
 TEST_F(MemorySpill, APrivateFileDoesNotTakeTheNamesFileOutInItsPlace) {
   const NameKey key = KeyOfName(name_.c_str());
   MakeFile(name_, "first");
