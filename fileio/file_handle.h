@@ -1,8 +1,8 @@
 // The record behind a handle of the layered file operations, for disk and memory files alike.
 //
 // A disk handle has a stream and belongs to whoever opened it. A memory handle has none; its record
-// is the memory file itself, belongs to the registry and outlives its closing. So does that of a
-// file that has lost its name: several opens share one handle, and each may close it.
+// is the memory file itself, belongs to the registry and outlives its closing. That of a file that
+// has lost its name ends with the last closing: several opens share one handle, and each may close.
 #ifndef ZEVKA_FILEIO_FILE_HANDLE_H
 #define ZEVKA_FILEIO_FILE_HANDLE_H
 
@@ -36,8 +36,8 @@ struct FileHandle {
   std::int64_t position = 0;   // of the next read or write; may stand beyond the length
   std::int32_t errorFlag = 0;
   std::int32_t endOfFileFlag = 0;
-  bool nameless = false;               // a move to disk failed and cost it its name
-  FileHandle* nextNameless = nullptr;  // in the list of those
+  std::uint32_t opens = 0;  // that are not closed yet
+  bool nameless = false;    // a move to disk failed and cost it its name
 };
 
 // A copy of a name, cut to what a record keeps; empty with ENOMEM when there is no memory for it.

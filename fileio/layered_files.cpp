@@ -221,9 +221,6 @@ void* LayeredOpen(const char* name, const char* mode) {
 int LayeredClose(void* handle) {
   FileHandle& file = HandleOf(handle);
   if (file.stream == nullptr) {
-    if (file.nameless) {
-      DropMemoryData(file);  // nothing leads to it any more
-    }
     CloseMemoryFile(file);
     return 0;
   }

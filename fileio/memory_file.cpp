@@ -75,7 +75,7 @@ std::size_t SpillToDisk(FileHandle& file, const void* buffer, std::size_t itemSi
   // KEEP(spill-uses-the-mode-of-creation): a mode that only opens would find nothing there.
   std::FILE* const stream = std::fopen(file.name.Data(), file.mode.data());
   if (stream == nullptr) {
-    KeepNameless(file);
+    file.nameless = true;
     file.errorFlag = 1;
     file.endOfFileFlag = 0;
     return 0;

@@ -16,7 +16,6 @@ namespace zevka {
 namespace {
 
 constinit MemoryFileRegistry* registry ZEVKA_GUARDED_BY(layerMutex) = nullptr;
-constinit FileHandle* firstNameless ZEVKA_GUARDED_BY(layerMutex) = nullptr;
 constinit bool begun = false;  // changes only while no file is in use
 
 int CompareKeyPointers(const void* left, const void* right) {
@@ -103,17 +102,12 @@ int EndMemoryLayer() {
     return 0;
   }
   MemoryFileRegistry* ended = nullptr;
-  FileHandle* nameless = nullptr;
   {
     const MutexGuard guard(layerMutex);
     ended = std::exchange(registry, nullptr);
-    nameless = std::exchange(firstNameless, nullptr);
   }
   // Without the mutex: each release takes it.
   RegistryDestroy(ended);
-  while (nameless != nullptr) {
-    ReleaseMemoryFile(std::exchange(nameless, nameless->nextNameless));
-  }
   begun = false;
   return layerMutex.Destroy();
 }
@@ -126,6 +120,7 @@ RegistryResult OpenMemoryFile(const NameKey& key, OpenFlags flags, FileHandle*& 
     if (result != RegistryResult::kSuccess) {
       return result;
     }
+    ++file->opens;
     openBefore = file->openFlags != 0;
     if (openBefore) {
       return result;
@@ -147,6 +142,7 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
   if (!made || !DescribeHandle(*made, name, key, mode, flags)) {
     return nullptr;
   }
+  made->opens = 1;
   const MutexGuard guard(layerMutex);
   FileHandle* existing = nullptr;
   const RegistryResult result = Enter(*made, existing);
@@ -167,6 +163,15 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
 void CloseMemoryFile(FileHandle& file) {
   const MutexGuard guard(layerMutex);
   file.openFlags = 0;
+  file.opens -= file.opens == 0 ? 0 : 1;
+  if (!file.nameless) {
+    return;
+  }
+  // Nothing leads to it any more but the handle of those who have not closed it yet.
+  DropMemoryDataLocked(file);
+  if (file.opens == 0) {
+    ReleaseMemoryFileLocked(&file);
+  }
 }
 
 RegistryResult MemoryFileLength(const NameKey& key, std::uint64_t& length) {
@@ -208,12 +213,6 @@ bool TakeOutMemoryFile(const FileHandle& file) {
   // A private file's key leads to another file, which must stay.
   return Find(file.key, found) == RegistryResult::kSuccess && found == &file &&
          TakeOut(file.key, found) == RegistryResult::kSuccess;
-}
-
-void KeepNameless(FileHandle& file) {
-  const MutexGuard guard(layerMutex);
-  file.nameless = true;
-  file.nextNameless = std::exchange(firstNameless, &file);
 }
 
 // KEEP(remove-ends-handles): a file goes while it is open, and its handle with it.

@@ -44,7 +44,8 @@ RegistryResult OpenMemoryFile(const NameKey& key, OpenFlags flags, FileHandle*& 
 FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* mode,
                              OpenFlags flags);
 
-// Closes: the flags become 0, the file stays.
+// Closes: the flags become 0, the file stays, but for one that has lost its name: its contents go,
+// and with the last of those who opened it the record.
 void CloseMemoryFile(FileHandle& file);
 
 // The length of a memory file. kSuccess, kNotFound, or a failure of the registry.
@@ -59,10 +60,6 @@ int AttachMemoryBuffer(FileHandle& file, char* buffer, std::uint64_t sizeBytes);
 
 // Takes this very file out of the registry; false when it is not there. The record stays.
 bool TakeOutMemoryFile(const FileHandle& file);
-
-// For a file that was taken out and cannot be on disk either: its record stays until the layer
-// ends.
-void KeepNameless(FileHandle& file);
 
 // Takes a file out and frees it, open or not. kSuccess, kNotFound, or a failure of the registry.
 RegistryResult RemoveMemoryFile(const NameKey& key);
