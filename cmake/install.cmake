@@ -24,6 +24,8 @@ if(ZEVKA_BUILD_HOST)
   install(TARGETS zevka_host EXPORT zevka
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+if(TARGET zevka_cli)
   install(TARGETS zevka_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT command)
 endif()
 
@@ -57,7 +59,7 @@ foreach(name IN LISTS pkg_config_files)
 endforeach()
 
 # The manual page and the completions of the command.
-if(ZEVKA_BUILD_HOST)
+if(TARGET zevka_cli)
   find_program(ZEVKA_SCDOC scdoc DOC "Makes the manual page; without it there is none")
   if(ZEVKA_SCDOC)
     set(man_source "${PROJECT_SOURCE_DIR}/docs/man/zevka.1.scd")

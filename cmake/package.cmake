@@ -1,6 +1,6 @@
 # Three Debian packages from the three components of an installation. scripts/package makes them in
 # a build of their own, with the distribution's folders and compiler flags, and runs lintian.
-if(NOT ZEVKA_BUILD_HOST)
+if(NOT TARGET zevka_cli)
   return()
 endif()
 
