@@ -99,6 +99,9 @@ class Run {
       return StepByName(what);
     }
     Handles& handle = handles_[input_.Number(handles_.size() - 1)];
+    if (handle.model->mayOnlyBeClosed) {
+      return Close(handle);
+    }
     switch (what) {
       case 4:
       case 5:

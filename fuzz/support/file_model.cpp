@@ -82,6 +82,7 @@ void FileModel::Forget(const std::string& name) {
 ModelHandle FileModel::Open(const std::string& name, const std::string& mode) {
   const unsigned flags = FlagsOf(mode);
   if (ModelHandle file = InMemory(name)) {
+    ++file->opens;
     if (file->flags != 0) {
       errno = kErrnoIsOpen;
       return file;
@@ -98,6 +99,7 @@ ModelHandle FileModel::Open(const std::string& name, const std::string& mode) {
   }
   auto made = std::make_shared<ModelFile>();
   made->name = name;
+  made->opens = 1;
   made->mode = mode.substr(0, kModeRoom);
   made->flags = flags;
   struct stat status {};
@@ -117,12 +119,13 @@ void FileModel::Close(ModelFile& file) {
     std::fclose(file.stream);
     file.isGone = true;
   }
-  if (file.isNameless) {
-    file.isGone = true;
-    std::erase_if(nameless_, [&](const ModelHandle& one) { return one.get() == &file; });
-    return;
-  }
   file.flags = 0;
+  file.opens -= file.opens == 0 ? 0 : 1;
+  if (file.isNameless) {
+    file.mayOnlyBeClosed = true;
+    file.isGone = file.opens == 0;
+    std::erase_if(nameless_, [&](const ModelHandle& one) { return one.get() == &file; });
+  }
 }
 
 std::size_t FileModel::Read(ModelFile& file, std::size_t itemSize, std::size_t itemCount,

@@ -27,9 +27,11 @@ struct ModelFile {
   std::int64_t position = 0;
   bool error = false;
   bool end = false;
-  std::FILE* stream = nullptr;  // of the shadow, for a disk file
-  bool isNameless = false;      // no name leads to it any more: it could not move to disk
-  bool isGone = false;          // no handle on it may be used any more
+  std::FILE* stream = nullptr;   // of the shadow, for a disk file
+  unsigned opens = 0;            // that are not closed yet
+  bool isNameless = false;       // no name leads to it any more: it could not move to disk
+  bool mayOnlyBeClosed = false;  // a nameless one that somebody closed: its contents are gone
+  bool isGone = false;           // no handle on it may be used any more
 };
 using ModelHandle = std::shared_ptr<ModelFile>;
 
