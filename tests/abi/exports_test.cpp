@@ -20,7 +20,7 @@ namespace {
 // The dynamic section and symbols of the library file.
 class SharedObject {
  public:
-  SharedObject() : bytes_(DiskBytes(ZEVKA_LIBRARY)) {
+  SharedObject() : bytes_(DiskBytes(LibraryFile())) {
     const auto header = At<Elf64_Ehdr>(0);
     for (std::size_t i = 0; i < header.e_shnum; ++i) {
       const auto section = At<Elf64_Shdr>(header.e_shoff + i * sizeof(Elf64_Shdr));

@@ -9,6 +9,7 @@
 #include <zevka/part.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -17,6 +18,13 @@
 #include <vector>
 
 namespace zevka::test {
+
+// The library under test: the one of this build, or the one that ZEVKA_LIBRARY of the environment
+// names, so that these tests can look at a library that was built in another way.
+inline const char* LibraryFile() {
+  const char* const other = std::getenv("ZEVKA_LIBRARY");
+  return other == nullptr ? ZEVKA_LIBRARY : other;
+}
 
 // The thread sanitizer takes an exit handler of a library for one of the program and would run it
 // when the library is gone; under it the library stays.
@@ -30,7 +38,7 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 class Host {
  public:
   Host() {
-    library_ = ::dlopen(ZEVKA_LIBRARY, kLoadFlags);
+    library_ = ::dlopen(LibraryFile(), kLoadFlags);
     if (library_ == nullptr) {
       throw std::runtime_error(::dlerror());
     }

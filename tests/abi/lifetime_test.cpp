@@ -20,7 +20,7 @@ namespace zevka::test {
 namespace {
 
 bool Loaded() {
-  void* library = ::dlopen(ZEVKA_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+  void* library = ::dlopen(LibraryFile(), RTLD_NOW | RTLD_NOLOAD);
   if (library != nullptr) {
     ::dlclose(library);
   }
