@@ -1,77 +1,41 @@
 // Our own library, loaded and called as a host does it: the public headers and nothing else.
-#include <dlfcn.h>
 #include <unistd.h>
-#include <zevka/file_operations.h>
 #include <zevka/packer.h>
 #include <zevka/part.h>
 
-#include <array>
-#include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 
 #include "bench/peers/library.h"
+#include "tests/abi/host.h"
+#include "tests/support/temp_dir.h"
 
 namespace zevka::bench {
 namespace {
-
-constexpr std::size_t kPathRoom = 512;  // characters
 
 // A current folder of our own and empty: messages from memory have names without a folder, and what
 // does not fit into memory lies there.
 class PrivateFolder {
  public:
   PrivateFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "mail-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr || ::chdir(pattern.c_str()) != 0) {
+    if (::chdir(folder_.Path().c_str()) != 0) {
       throw std::runtime_error("no private folder");
     }
-    path_ = pattern;
   }
-  ~PrivateFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  PrivateFolder(const PrivateFolder&) = delete;
-  PrivateFolder& operator=(const PrivateFolder&) = delete;
 
  private:
-  std::string path_;
+  test::TempDir folder_;
 };
 
 // The loaded library with one packer, which all threads share.
 class Zevka : public MailLibrary {
  public:
-  Zevka() {
-    const char* other = std::getenv("ZEVKA_LIBRARY");
-    library_ = ::dlopen(other == nullptr ? ZEVKA_LIBRARY : other, RTLD_NOW | RTLD_LOCAL);
-    if (library_ == nullptr) {
-      throw std::runtime_error(::dlerror());
-    }
-    StandardPacker* service = nullptr;
-    if (Export<int(int, StandardPacker**)>("RequestInterface")(1, &service) != 1) {
-      throw std::runtime_error("no packer");
-    }
-    packer_ = static_cast<CStandardPacker*>(service);
-    if (packer_->QueryControl(kQueryFileOperations, &files_) != 1) {
-      throw std::runtime_error("no file operations");
-    }
-  }
-  ~Zevka() override {
-    StandardPacker* service = packer_;
-    Export<int(StandardPacker**)>("ReleaseInterface")(&service);
-    ::dlclose(library_);
-  }
-  Zevka(const Zevka&) = delete;
-  Zevka& operator=(const Zevka&) = delete;
-
   std::string Name() const override { return "zevka"; }
   std::string Version() const override { return ZEVKA_VERSION; }
 
   void Do(std::string_view bytes, const Job& job, Counters& counters) override {
     // With `copy` true the bytes are only read.
-    PartObject* message = packer_->OpenMessageFromMemory(
+    PartObject* message = host_->OpenMessageFromMemory(
         const_cast<char*>(bytes.data()), static_cast<std::int64_t>(bytes.size()), true);
     if (message == nullptr) {
       ++counters.refused;
@@ -81,20 +45,11 @@ class Zevka : public MailLibrary {
     if (job.write) {
       Write(message, counters);
     } else {
-      Discard(message);
+      host_.Discard(message);
     }
   }
 
  private:
-  template <typename Function>
-  Function* Export(const char* name) const {
-    void* symbol = ::dlsym(library_, name);
-    if (symbol == nullptr) {
-      throw std::runtime_error(std::string("no export ") + name);
-    }
-    return reinterpret_cast<Function*>(symbol);
-  }
-
   static void Visit(PartObject& part, const Job& job, Counters& counters) {
     if (part.RewindChildren() != 1) {
       ++counters.leaves;
@@ -122,26 +77,17 @@ class Zevka : public MailLibrary {
   // The new message, in one block that is the host's.
   void Write(PartObject* message, Counters& counters) {
     char* buffer = nullptr;
-    const std::int64_t length = packer_->CloseMessage(message, &buffer, true);
+    const std::int64_t length = host_->CloseMessage(message, &buffer, true);
     if (length < 0) {
       ++counters.refused;
       return;
     }
     counters.writtenBytes += static_cast<std::uint64_t>(length);
-    packer_->ReleaseControl(kReleaseBuffer, buffer);
-  }
-
-  void Discard(PartObject* message) {
-    std::array<char, kPathRoom> name{};
-    message->GetFileName(name.data(), name.size() - 1);
-    packer_->ReleaseControl(kDiscardMessage, message);
-    files_.remove(name.data());
+    host_->ReleaseControl(kReleaseBuffer, buffer);
   }
 
   PrivateFolder folder_;
-  void* library_ = nullptr;
-  CStandardPacker* packer_ = nullptr;
-  FileOperations files_{};
+  test::Host host_;
 };
 
 }  // namespace
