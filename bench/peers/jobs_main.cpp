@@ -190,7 +190,9 @@ double PeakMemory() {  // MB
 void WeighMemory(MailLibrary& library, const Wishes& wishes, const MessageSet& set) {
   const double before = PeakMemory();
   Counters counters;
-  library.Do(set.messages.at(0), wishes.job, counters);
+  for (const std::string& message : set.messages) {
+    library.Do(message, wishes.job, counters);
+  }
   ResultLine(wishes.json)
       .Text("library", library.Name())
       .Text("set", set.name)
