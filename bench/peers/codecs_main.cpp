@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "bench/measure.h"
 #include "bench/peers/coders.h"
-#include "bench/peers/measure.h"
 #include "bench/peers/message_sets.h"
 #include "bench/result_line.h"
 #include "bench/samples.h"

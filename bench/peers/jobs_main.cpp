@@ -25,8 +25,8 @@
 #include <utility>
 #include <vector>
 
+#include "bench/measure.h"
 #include "bench/peers/library.h"
-#include "bench/peers/measure.h"
 #include "bench/peers/message_sets.h"
 #include "bench/peers/sandbox.h"
 #include "bench/result_line.h"

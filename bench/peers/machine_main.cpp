@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "bench/peers/measure.h"
+#include "bench/measure.h"
 #include "bench/result_line.h"
 
 namespace zevka::bench {

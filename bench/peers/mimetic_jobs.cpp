@@ -54,7 +54,7 @@ void Visit(mimetic::MimeEntity& entity, const Job& job, Counters& counters) {
 class Mimetic : public MailLibrary {
  public:
   std::string Name() const override { return "mimetic"; }
-  std::string Version() const override { return ZEVKA_MIMETIC_VERSION; }
+  std::string Version() const override { return mimetic::version.str(); }
 
   void Do(std::string_view bytes, const Job& job, Counters& counters) override {
     mimetic::MimeEntity message;

@@ -1,6 +1,6 @@
-// Clocks and medians of the comparison.
-#ifndef ZEVKA_BENCH_PEERS_MEASURE_H
-#define ZEVKA_BENCH_PEERS_MEASURE_H
+// Clocks and medians of the programs that measure.
+#ifndef ZEVKA_BENCH_MEASURE_H
+#define ZEVKA_BENCH_MEASURE_H
 
 #include <algorithm>
 #include <chrono>
@@ -48,4 +48,4 @@ Seconds Measure(int runs, const Work& work) {
 
 }  // namespace zevka::bench
 
-#endif  // ZEVKA_BENCH_PEERS_MEASURE_H
+#endif  // ZEVKA_BENCH_MEASURE_H
