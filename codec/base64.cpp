@@ -4,30 +4,17 @@
 #include <array>
 #include <iterator>
 
+#include "codec/base64_kernels.h"
+#include "codec/base64_tables.h"
+
 namespace zevka {
 namespace {
 
-constexpr std::int16_t kSkipped = -1;
-constexpr std::int16_t kInvalid = -2;
-constexpr std::int16_t kPadding = -3;
+// Digits that are squeezed at a time.
+constexpr std::size_t kBatch = 4096;
 
-using ClassTable = std::array<std::int16_t, 256>;
-
-// The value of each data character, and one of the codes above for all others.
-constexpr ClassTable MakeClassTable() {
-  ClassTable table{};
-  table.fill(kInvalid);
-  for (const char blank : {'\t', '\n', '\r', ' '}) {
-    table[static_cast<unsigned char>(blank)] = kSkipped;
-  }
-  table['='] = kPadding;
-  for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i) {
-    table[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::int16_t>(i);
-  }
-  return table;
-}
-
-constexpr ClassTable kClasses = MakeClassTable();
+// Characters that are decoded one by one behind a place where the kernels stopped.
+constexpr std::ptrdiff_t kStretch = 64;
 
 // The running decoder: the caller's state and the place in the output.
 struct Decoder {
@@ -37,7 +24,13 @@ struct Decoder {
 
   void Step(std::int16_t value);
   void StepData(unsigned digit);
+  bool BetweenGroups() const { return state.phase == 0 && state.padCount == 0; }
   const unsigned char* DecodeGroups(const unsigned char* in, const unsigned char* end);
+  const unsigned char* DecodeStretch(const unsigned char* in, const unsigned char* end,
+                                     std::ptrdiff_t least);
+  std::size_t Pack(const Base64Kernels& kernels, const unsigned char* digits, std::size_t count);
+  const unsigned char* DecodeBatches(const Base64Kernels& kernels, const unsigned char* in,
+                                     const unsigned char* end);
 };
 
 // KEEP(base64-vertical-blanks): VT and FF are faults, though TAB, LF and CR are not.
@@ -45,9 +38,9 @@ void Decoder::Step(std::int16_t value) {
   state.value = value;
   if (value >= 0) {
     StepData(static_cast<unsigned>(value));
-  } else if (value == kInvalid) {
+  } else if (value == kBase64Invalid) {
     ++state.invalidCount;
-  } else if (value == kPadding) {
+  } else if (value == kBase64Padding) {
     ++state.padCount;
   }
 }
@@ -82,10 +75,10 @@ const unsigned char* Decoder::DecodeGroups(const unsigned char* in, const unsign
   unsigned char* to = out;
   unsigned char* const toEnd = outEnd;
   while (end - in >= 4 && toEnd - to >= 3) {
-    const int first = kClasses[in[0]];
-    const int second = kClasses[in[1]];
-    const int third = kClasses[in[2]];
-    const int fourth = kClasses[in[3]];
+    const int first = kBase64Classes[in[0]];
+    const int second = kBase64Classes[in[1]];
+    const int third = kBase64Classes[in[2]];
+    const int fourth = kBase64Classes[in[3]];
     if ((first | second | third | fourth) < 0) {
       break;
     }
@@ -99,8 +92,63 @@ const unsigned char* Decoder::DecodeGroups(const unsigned char* in, const unsign
   }
   if (in != begin) {
     out = to;
-    state.value = kClasses[in[-1]];
-    state.partial = static_cast<std::uint8_t>(kClasses[in[-2]] << 6);
+    state.value = kBase64Classes[in[-1]];
+    state.partial = static_cast<std::uint8_t>(kBase64Classes[in[-2]] << 6);
+  }
+  return in;
+}
+
+// Decodes at least that many characters, and those behind them up to where a group may begin.
+const unsigned char* Decoder::DecodeStretch(const unsigned char* in, const unsigned char* end,
+                                            std::ptrdiff_t least) {
+  const unsigned char* const enough = in + std::min(least, end - in);
+  while (in != end && (in < enough || !BetweenGroups())) {
+    if (BetweenGroups()) {
+      in = DecodeGroups(in, enough);
+      if (in == enough) {
+        continue;
+      }
+    }
+    Step(kBase64Classes[*in++]);
+  }
+  return in;
+}
+
+// Writes the whole groups of the digits that there is room for; gives the digits used.
+std::size_t Decoder::Pack(const Base64Kernels& kernels, const unsigned char* digits,
+                          std::size_t count) {
+  const std::size_t groups = std::min(count / 4, static_cast<std::size_t>(outEnd - out) / 3);
+  if (groups != 0) {
+    kernels.pack(digits, groups, out);
+    out += 3 * groups;
+    state.partial = static_cast<std::uint8_t>(digits[4 * groups - 2] << 6);
+  }
+  return 4 * groups;
+}
+
+// Decodes up to the first character that is neither data nor white space, or until the room is
+// full. Begins between two groups; gives the first character that was not used.
+const unsigned char* Decoder::DecodeBatches(const Base64Kernels& kernels, const unsigned char* in,
+                                            const unsigned char* end) {
+  std::array<unsigned char, 3 + kBatch + kSqueezeSlack> digits;
+  const unsigned char* const begin = in;
+  std::size_t held = 0;  // digits of a group that is not whole yet
+  for (bool more = true; more;) {
+    const unsigned char* const batchEnd =
+        in + std::min(static_cast<std::ptrdiff_t>(kBatch), end - in);
+    const Base64Squeezed squeezed = kernels.squeeze(in, batchEnd, digits.data() + held);
+    const std::size_t count = held + squeezed.digits;
+    const std::size_t used = Pack(kernels, digits.data(), count);
+    in = squeezed.in;
+    held = count - used;
+    more = in == batchEnd && in != end && held < 4;
+    std::copy_n(digits.data() + used, held, digits.data());
+  }
+  for (std::size_t i = 0; i < held; ++i) {
+    StepData(digits[i]);
+  }
+  if (in != begin) {
+    state.value = kBase64Classes[in[-1]];
   }
   return in;
 }
@@ -108,7 +156,7 @@ const unsigned char* Decoder::DecodeGroups(const unsigned char* in, const unsign
 // A group of four characters and the line end that may stand before it.
 constexpr std::ptrdiff_t kRoomPerGroup = 6;
 constexpr std::size_t kLongestTerminator = 2;
-constexpr std::uint16_t kLineLength = 72;
+constexpr std::uint16_t kLineLength = kBase64LineLength;
 
 // The running encoder: the place in the output and the column there.
 struct Encoder {
@@ -119,16 +167,23 @@ struct Encoder {
 
   // KEEP(base64-room-drops): what finds no room is dropped without a word.
   bool HasRoom() const { return outEnd - out >= kRoomPerGroup; }
+  void BreakFullLine();
   void Emit(const unsigned char* bytes);
+  std::size_t EmitLines(const Base64Kernels& kernels, const unsigned char* in, std::size_t groups);
+  std::size_t EmitPiece(const Base64Kernels& kernels, const unsigned char* in, std::size_t groups);
 };
 
-inline void Encoder::Emit(const unsigned char* bytes) {
-  // KEEP(base64-line-72): the line end waits for the group behind a full line, so that no text ends
-  // with one.
+// KEEP(base64-line-72): the line end waits for the group behind a full line, so that no text ends
+// with one.
+inline void Encoder::BreakFullLine() {
   if (column == kLineLength) {
     out = std::copy(terminator.begin(), terminator.end(), out);
     column = 0;
   }
+}
+
+inline void Encoder::Emit(const unsigned char* bytes) {
+  BreakFullLine();
   column = static_cast<std::uint16_t>(column + 4);
   const unsigned group =
       (static_cast<unsigned>(bytes[0]) << 16) | (static_cast<unsigned>(bytes[1]) << 8) | bytes[2];
@@ -139,6 +194,35 @@ inline void Encoder::Emit(const unsigned char* bytes) {
   out += 4;
 }
 
+// Encodes full lines behind a full line, as many as there are and as have room; gives their groups.
+std::size_t Encoder::EmitLines(const Base64Kernels& kernels, const unsigned char* in,
+                               std::size_t groups) {
+  // The last group of a line asks for two bytes more than it takes.
+  constexpr std::size_t kUnused = kRoomPerGroup - 4;
+  const std::size_t line = terminator.size() + kLineLength;
+  const std::size_t room = static_cast<std::size_t>(outEnd - out) - kUnused;
+  const std::size_t lines = std::min(groups / kBase64LineGroups, room / line);
+  kernels.encodeLines(in, lines, terminator, out);
+  out += lines * line;
+  return lines * kBase64LineGroups;
+}
+
+// Encodes the groups up to the end of the line that have room, which the first one has; gives how
+// many they are.
+std::size_t Encoder::EmitPiece(const Base64Kernels& kernels, const unsigned char* in,
+                               std::size_t groups) {
+  BreakFullLine();
+  // The first one has asked for room before the line end.
+  const std::size_t more =
+      HasRoom() ? static_cast<std::size_t>(outEnd - out - kRoomPerGroup) / 4 : 0;
+  const std::size_t onLine = (std::size_t{kLineLength} - column) / 4;
+  const std::size_t count = std::min({groups, more + 1, onLine});
+  kernels.encodeGroups(in, count, out);
+  out += 4 * count;
+  column = static_cast<std::uint16_t>(column + 4 * count);
+  return count;
+}
+
 // Encodes whole groups while there is room, with the encoder in locals.
 void EmitGroups(Encoder& encoder, std::span<const unsigned char> input) {
   Encoder own = encoder;
@@ -146,6 +230,22 @@ void EmitGroups(Encoder& encoder, std::span<const unsigned char> input) {
   const unsigned char* const end = in + input.size();
   for (; end - in >= 3 && own.HasRoom(); in += 3) {
     own.Emit(in);
+  }
+  encoder = own;
+}
+
+void EmitGroups(Encoder& encoder, const Base64Kernels& kernels,
+                std::span<const unsigned char> input) {
+  Encoder own = encoder;
+  const unsigned char* in = input.data();
+  std::size_t groups = input.size() / 3;
+  while (groups != 0 && own.HasRoom()) {
+    std::size_t done = own.column == kLineLength ? own.EmitLines(kernels, in, groups) : 0;
+    if (done == 0) {
+      done = own.EmitPiece(kernels, in, groups);
+    }
+    groups -= done;
+    in += 3 * done;
   }
   encoder = own;
 }
@@ -164,7 +264,8 @@ void Flush(Base64EncodeState& state, Encoder& encoder) {
 
 // Completes the pending group, if there is one and the input suffices, and encodes the whole groups
 // behind it; the rest is pending.
-void EncodeInput(Base64EncodeState& state, Encoder& encoder, std::span<const unsigned char> input) {
+void EncodeInput(Base64EncodeState& state, Encoder& encoder, const Base64Kernels* kernels,
+                 std::span<const unsigned char> input) {
   if (state.pendingCount != 0 && state.pendingCount + input.size() >= 3) {
     const std::size_t missing = 3U - state.pendingCount;
     std::copy_n(input.begin(), missing, state.pending + state.pendingCount);
@@ -173,7 +274,11 @@ void EncodeInput(Base64EncodeState& state, Encoder& encoder, std::span<const uns
     input = input.subspan(missing);
   }
   if (state.pendingCount == 0) {
-    EmitGroups(encoder, input);
+    if (kernels == nullptr) {
+      EmitGroups(encoder, input);
+    } else {
+      EmitGroups(encoder, *kernels, input);
+    }
     input = input.last(input.size() % 3);
   }
   std::copy(input.begin(), input.end(), state.pending + state.pendingCount);
@@ -184,18 +289,22 @@ void EncodeInput(Base64EncodeState& state, Encoder& encoder, std::span<const uns
 
 std::size_t Base64DecodeChunk(Base64DecodeState& state, std::span<const unsigned char> input,
                               std::span<unsigned char> output) {
+  return Base64DecodeChunkAt(ActiveCpuLevel(), state, input, output);
+}
+
+std::size_t Base64DecodeChunkAt(CpuLevel level, Base64DecodeState& state,
+                                std::span<const unsigned char> input,
+                                std::span<unsigned char> output) {
+  const Base64Kernels* const kernels = Base64KernelsAt(level);
   Decoder decoder{state, output.data(), output.data() + output.size()};
   decoder.state.invalidCount = 0;
   const unsigned char* in = input.data();
   const unsigned char* const end = in + input.size();
   while (in != end) {
-    if (decoder.state.phase == 0 && decoder.state.padCount == 0) {
-      in = decoder.DecodeGroups(in, end);
-      if (in == end) {
-        break;
-      }
+    if (kernels != nullptr && decoder.BetweenGroups()) {
+      in = decoder.DecodeBatches(*kernels, in, end);
     }
-    decoder.Step(kClasses[*in++]);
+    in = decoder.DecodeStretch(in, end, kernels == nullptr ? end - in : kStretch);
   }
   decoder.state.invalidTotal += decoder.state.invalidCount;
   state = decoder.state;
@@ -209,12 +318,19 @@ void Base64ResetDecoder(Base64DecodeState& state) {
 std::size_t Base64EncodeChunk(Base64EncodeState& state, std::string_view lineTerminator,
                               std::span<const unsigned char> input,
                               std::span<unsigned char> output) {
+  return Base64EncodeChunkAt(ActiveCpuLevel(), state, lineTerminator, input, output);
+}
+
+std::size_t Base64EncodeChunkAt(CpuLevel level, Base64EncodeState& state,
+                                std::string_view lineTerminator,
+                                std::span<const unsigned char> input,
+                                std::span<unsigned char> output) {
   Encoder encoder{lineTerminator.substr(0, kLongestTerminator), output.data(),
                   output.data() + output.size(), state.column};
   if (input.empty()) {
     Flush(state, encoder);
   } else {
-    EncodeInput(state, encoder, input);
+    EncodeInput(state, encoder, Base64KernelsAt(level), input);
   }
   state.column = encoder.column;
   return static_cast<std::size_t>(encoder.out - output.data());

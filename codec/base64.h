@@ -15,6 +15,7 @@
 #include <span>
 #include <string_view>
 
+#include "codec/cpu_level.h"
 #include "codec/decode_state.h"
 
 namespace zevka {
@@ -32,6 +33,11 @@ inline constexpr std::string_view kBase64Alphabet =
 // unfinished group stay in the state.
 std::size_t Base64DecodeChunk(Base64DecodeState& state, std::span<const unsigned char> input,
                               std::span<unsigned char> output);
+
+// The same by the instructions of one level, which the machine must have. To compare levels with.
+std::size_t Base64DecodeChunkAt(CpuLevel level, Base64DecodeState& state,
+                                std::span<const unsigned char> input,
+                                std::span<unsigned char> output);
 
 // Back to the initial value, the fault counter included.
 void Base64ResetDecoder(Base64DecodeState& state);
@@ -52,6 +58,12 @@ struct Base64EncodeState {
 std::size_t Base64EncodeChunk(Base64EncodeState& state, std::string_view lineTerminator,
                               std::span<const unsigned char> input,
                               std::span<unsigned char> output);
+
+// The same by the instructions of one level, as above.
+std::size_t Base64EncodeChunkAt(CpuLevel level, Base64EncodeState& state,
+                                std::string_view lineTerminator,
+                                std::span<const unsigned char> input,
+                                std::span<unsigned char> output);
 
 }  // namespace zevka
 
