@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fileio/file_contents.h"
 #include "fileio/malloc_buffer.h"
 #include "fileio/name_key.h"
 #include "fileio/open_flags.h"
@@ -29,10 +30,9 @@ struct FileHandle {
   std::array<char, kMaxModeText + 1> mode{};  // of the creation; a reopening does not change it
   OpenFlags openFlags = 0;                    // of a memory file: 0 while it is not open
 
-  // Memory files only. The bytes from length to capacity are zero.
-  char* data = nullptr;        // malloc block of `capacity` bytes, the record's; null while empty
-  std::uint64_t length = 0;    // valid bytes
-  std::uint64_t capacity = 0;  // what the budget counts
+  // Memory files only.
+  FileContents contents;
+  std::uint64_t capacity = 0;  // what the budget counts, whatever memory the contents lie in
   std::int64_t position = 0;   // of the next read or write; may stand beyond the length
   std::int32_t errorFlag = 0;
   std::int32_t endOfFileFlag = 0;

@@ -95,11 +95,14 @@ int RemoveByKey(const char* name, const NameKey& key) {
   return result == RegistryResult::kSuccess ? 0 : FailWith(EIO);
 }
 
-// Gives a memory file's own block away, and ends the file.
+// Gives a memory file's contents away, and ends the file.
 std::int64_t TakeMemoryContents(FileHandle& file, const char* name, const NameKey& key,
                                 char** out) {
-  const auto length = static_cast<std::int64_t>(file.length);
-  *out = HandOverMemoryData(file);
+  const auto length = static_cast<std::int64_t>(file.contents.Size());
+  if (!HandOverMemoryData(file, *out)) {
+    CloseMemoryFile(file);
+    return FailWith(ENOMEM);
+  }
   CloseMemoryFile(file);
   RemoveByKey(name, key);
   return length;

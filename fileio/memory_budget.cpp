@@ -1,8 +1,6 @@
 #include "fileio/memory_budget.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -26,53 +24,41 @@ void ResetMemoryInUse() {
   bytesInUse = 0;
 }
 
-char* ResizeMemoryBuffer(char* oldData, std::uint64_t oldCapacity, std::uint64_t newCapacity,
-                         char* supplied) {
+bool ResizeCapacity(FileHandle& file, std::uint64_t capacity) {
   const MutexGuard guard(layerMutex);
-  if (newCapacity > kMemoryBudgetBytes ||
-      bytesInUse - oldCapacity + newCapacity > kMemoryBudgetBytes) {
+  if (capacity > kMemoryBudgetBytes || bytesInUse - file.capacity + capacity > kMemoryBudgetBytes) {
     errno = ENOMEM;
-    return nullptr;
+    return false;
   }
-  char* block = supplied;
-  if (block == nullptr) {
-    block = static_cast<char*>(std::realloc(oldData, newCapacity));
-    if (block == nullptr) {
-      return nullptr;
-    }
-  }
-  bytesInUse = bytesInUse - oldCapacity + newCapacity;
-  if (newCapacity > oldCapacity) {
-    // KEEP(attach-zeroes): in a supplied block too, whatever it held.
-    std::memset(block + oldCapacity, 0, newCapacity - oldCapacity);
-  }
-  return block;
+  bytesInUse = bytesInUse - file.capacity + capacity;
+  file.capacity = capacity;
+  return true;
 }
 
-char* HandOverMemoryDataLocked(FileHandle& file) {
+void TakeContentsLocked(FileHandle& file, FileContents& contents) {
   bytesInUse -= file.capacity;
-  file.length = 0;
   file.capacity = 0;
   file.position = 0;
-  return std::exchange(file.data, nullptr);
-}
-
-char* HandOverMemoryData(FileHandle& file) {
-  const MutexGuard guard(layerMutex);
-  return HandOverMemoryDataLocked(file);
-}
-
-void DropMemoryDataLocked(FileHandle& file) {
-  std::free(HandOverMemoryDataLocked(file));
+  contents = std::move(file.contents);
 }
 
 void DropMemoryData(FileHandle& file) {
-  std::free(HandOverMemoryData(file));
+  FileContents ended;
+  const MutexGuard guard(layerMutex);
+  TakeContentsLocked(file, ended);
 }
 
-void ReleaseMemoryFileLocked(FileHandle* file) {
-  const std::unique_ptr<FileHandle> owned(file);
-  DropMemoryDataLocked(*owned);
+bool HandOverMemoryData(FileHandle& file, char*& data) {
+  MallocBuffer bytes;
+  if (file.capacity != 0 || file.contents.IsExposed()) {
+    bytes = file.contents.Release();
+    if (!bytes) {
+      return false;
+    }
+  }
+  DropMemoryData(file);
+  data = bytes.Release();
+  return true;
 }
 
 void ReleaseMemoryFile(FileHandle* file) {

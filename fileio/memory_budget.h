@@ -1,7 +1,8 @@
 // The mutex of the memory-file layer, and the bytes that all memory files together may hold.
 //
-// What counts is the capacity of each file. A resize that the budget refuses changes nothing; the
-// caller decides whether the file goes to disk instead.
+// What counts is the capacity of each file, whatever memory its contents really lie in. A resize
+// that the budget refuses changes nothing; the caller decides whether the file goes to disk
+// instead.
 //
 // Threads: any. The functions take the layer's mutex themselves but for the ones ending in Locked,
 // whose caller holds it; the mutex is not recursive.
@@ -27,27 +28,23 @@ std::uint64_t MemoryInUse() ZEVKA_EXCLUDES(layerMutex);
 // Starts counting at 0.
 void ResetMemoryInUse() ZEVKA_EXCLUDES(layerMutex);
 
-// Gives a file's data another capacity and accounts for it; what is gained is zero.
-//   oldData      the present block of oldCapacity bytes, or null; reallocated, unless
-//   supplied     a malloc block of newCapacity bytes, or null, is to take its place: then oldData
-//                is left as it is, and the supplied bytes from oldCapacity on are set to zero
-//   newCapacity  bytes; not 0 without a supplied block
-// Result: the new block; null with ENOMEM when the budget or the memory does not allow it, and
-// nothing is changed.
-char* ResizeMemoryBuffer(char* oldData, std::uint64_t oldCapacity, std::uint64_t newCapacity,
-                         char* supplied) ZEVKA_EXCLUDES(layerMutex);
+// Accounts for another capacity of a file. False with ENOMEM, and nothing is changed, when the
+// budget does not allow it.
+bool ResizeCapacity(FileHandle& file, std::uint64_t capacity) ZEVKA_EXCLUDES(layerMutex);
 
-// Frees a file's data and clears data, length, capacity and position.
+// Takes a file's contents away: length, capacity and position are 0 then. The caller ends them, not
+// under the mutex where they may be large.
+void TakeContentsLocked(FileHandle& file, FileContents& contents) ZEVKA_REQUIRES(layerMutex);
+
+// Frees a file's contents and clears length, capacity and position.
 void DropMemoryData(FileHandle& file) ZEVKA_EXCLUDES(layerMutex);
-void DropMemoryDataLocked(FileHandle& file) ZEVKA_REQUIRES(layerMutex);
 
-// Gives a file's data away: as above, but the block is the caller's, to be freed with free().
-char* HandOverMemoryData(FileHandle& file) ZEVKA_EXCLUDES(layerMutex);
-char* HandOverMemoryDataLocked(FileHandle& file) ZEVKA_REQUIRES(layerMutex);
+// Gives a file's contents away: as above, but the block is the caller's, to be freed with free();
+// null for a file of no capacity. False with ENOMEM: nothing is changed then.
+bool HandOverMemoryData(FileHandle& file, char*& data) ZEVKA_EXCLUDES(layerMutex);
 
-// Frees a file's data and its record, which must be out of the registry.
+// Frees a file's contents and its record, which must be out of the registry.
 void ReleaseMemoryFile(FileHandle* file) ZEVKA_EXCLUDES(layerMutex);
-void ReleaseMemoryFileLocked(FileHandle* file) ZEVKA_REQUIRES(layerMutex);
 
 }  // namespace zevka
 

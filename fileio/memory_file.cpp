@@ -1,9 +1,10 @@
 #include "fileio/memory_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <limits>
+#include <string_view>
 
 #include "fileio/memory_budget.h"
 #include "fileio/memory_layer.h"
@@ -28,7 +29,7 @@ bool MayWrite(const FileHandle& file) {
 
 void MoveToEndForAppend(FileHandle& file) {
   if ((file.openFlags & kOpenAppend) != 0) {
-    file.position = static_cast<std::int64_t>(file.length);
+    file.position = static_cast<std::int64_t>(file.contents.Size());
   }
 }
 
@@ -48,29 +49,29 @@ bool Grow(FileHandle& file, std::uint64_t need) {
   if (need >= capacity) {
     capacity = (need & ~(kGrowthStep - 1)) + kGrowthStep;
   }
-  char* const data = ResizeMemoryBuffer(file.data, file.capacity, capacity, nullptr);
-  if (data == nullptr) {
-    return false;
-  }
-  file.data = data;
-  file.capacity = capacity;
-  return true;
+  return ResizeCapacity(file, capacity);
 }
 
-void Advance(FileHandle& file, std::uint64_t end) {
-  file.position = static_cast<std::int64_t>(end);
-  if (end > file.length) {
-    file.length = end;
+// Puts `bytes` at the position, in a capacity that suffices. `put` writes them to the contents;
+// when it has no memory, the capacity is `before` again.
+template <typename Put>
+bool PutBytes(FileHandle& file, std::uint64_t before, const Put& put) {
+  if (put()) {
+    return true;
   }
+  if (file.capacity != before) {
+    ResizeCapacity(file, before);
+  }
+  errno = ENOMEM;
+  return false;
 }
 
-// Moves the file to disk and finishes the write there. KEEP(spill-appends): the new data lands
-// after the old, wherever the position was, and the writing of the old is not checked.
-std::size_t SpillToDisk(FileHandle& file, const void* buffer, std::size_t itemSize,
-                        std::size_t itemCount) {
+// Moves the file to disk; what is written next lands behind the old contents, wherever the position
+// was. KEEP(spill-appends): the writing of the old is not checked.
+bool SpillToDisk(FileHandle& file) {
   if (!TakeOutMemoryFile(file)) {
     errno = EIO;
-    return 0;
+    return false;
   }
   // KEEP(spill-uses-the-mode-of-creation): a mode that only opens would find nothing there.
   std::FILE* const stream = std::fopen(file.name.Data(), file.mode.data());
@@ -78,33 +79,40 @@ std::size_t SpillToDisk(FileHandle& file, const void* buffer, std::size_t itemSi
     file.nameless = true;
     file.errorFlag = 1;
     file.endOfFileFlag = 0;
-    return 0;
+    return false;
   }
-  if (file.length != 0) {
-    static_cast<void>(std::fwrite(file.data, 1, file.length, stream));
-  }
+  file.contents.ForEachPiece([&](std::string_view piece) {
+    static_cast<void>(std::fwrite(piece.data(), 1, piece.size(), stream));
+    return true;
+  });
   DropMemoryData(file);
   file.stream = stream;
-  return std::fwrite(buffer, itemSize, itemCount, stream);
+  return true;
 }
 
-// Writes zeros at the position as a write would, but never moves the file to disk.
+// Writes zeros at the position as a write would, but never moves the file to disk. False when there
+// is no memory for as many zeros.
 // KEEP(seek-beyond-the-budget): without room nothing is written, and the seek succeeds.
-void FillWithZeros(FileHandle& file, std::uint64_t count) {
+bool FillWithZeros(FileHandle& file, std::uint64_t count) {
   if (!MayWrite(file)) {
     RefuseAccess(file);
-    return;
+    return true;
   }
   MoveToEndForAppend(file);
   std::uint64_t end = 0;
+  const std::uint64_t before = file.capacity;
   if (!EndOfWrite(file, count, end)) {
     errno = ENOMEM;
-    return;
+    return true;
   }
-  if (Grow(file, end)) {
-    std::memset(file.data + file.position, 0, count);
-    Advance(file, end);
+  if (!Grow(file, end)) {
+    return true;
   }
+  const MallocBuffer zeros = MallocBuffer::Zeroed(count);
+  return PutBytes(file, before, [&] {
+    return zeros && file.contents.Write(static_cast<std::uint64_t>(file.position),
+                                        {zeros.Data(), count}, file.capacity);
+  });
 }
 
 int SetPosition(FileHandle& file, std::uint64_t position) {
@@ -120,8 +128,9 @@ int SeekFromStart(FileHandle& file, std::uint64_t target) {
     errno = EINVAL;
     return -1;
   }
-  if (target > file.length) {
-    FillWithZeros(file, target - file.length);
+  if (target > file.contents.Size() && !FillWithZeros(file, target - file.contents.Size())) {
+    file.errorFlag = 1;
+    return -1;
   }
   return SetPosition(file, target);
 }
@@ -134,7 +143,8 @@ std::size_t ReadMemoryFile(FileHandle& file, void* buffer, std::size_t itemSize,
     return RefuseAccess(file);
   }
   const auto position = static_cast<std::uint64_t>(file.position);
-  if (position >= file.length) {
+  const std::uint64_t length = file.contents.Size();
+  if (position >= length) {
     file.errorFlag = 0;
     file.endOfFileFlag = 1;
     return 0;
@@ -143,18 +153,38 @@ std::size_t ReadMemoryFile(FileHandle& file, void* buffer, std::size_t itemSize,
     return 0;
   }
   file.errorFlag = 0;
-  const std::uint64_t remaining = file.length - position;
+  const std::uint64_t remaining = length - position;
   const std::uint64_t wholeItems = itemSize == 1 ? remaining : remaining / itemSize;
   // KEEP(read-trailing-piece): the piece of an item at the end is copied and used up, and not
   // counted.
   const bool enough = wholeItems >= itemCount;
   const std::uint64_t bytes = enough ? itemSize * itemCount : remaining;
   if (bytes != 0) {
-    std::memcpy(buffer, file.data + position, bytes);
+    file.contents.Read(position, static_cast<char*>(buffer), bytes);
   }
   file.position = static_cast<std::int64_t>(position + bytes);
   file.endOfFileFlag = enough ? 0 : 1;
   return enough ? itemCount : wholeItems;
+}
+
+std::string_view ReadMemoryView(FileHandle& file, std::size_t bytes) {
+  if ((file.openFlags & kOpenRead) == 0) {
+    return {};
+  }
+  const auto position = static_cast<std::uint64_t>(file.position);
+  const std::uint64_t length = file.contents.Size();
+  if (position >= length) {
+    return {};
+  }
+  const std::uint64_t wanted = std::min<std::uint64_t>(bytes, length - position);
+  const std::string_view run = file.contents.Run(position);
+  if (run.size() < wanted) {
+    return {};
+  }
+  file.errorFlag = 0;
+  file.position = static_cast<std::int64_t>(position + wanted);
+  file.endOfFileFlag = wanted == bytes ? 0 : 1;
+  return run.substr(0, wanted);
 }
 
 std::size_t WriteMemoryFile(FileHandle& file, const void* buffer, std::size_t itemSize,
@@ -170,16 +200,43 @@ std::size_t WriteMemoryFile(FileHandle& file, const void* buffer, std::size_t it
     errno = EOVERFLOW;
     return 0;
   }
-  if (!Grow(file, end)) {
-    return SpillToDisk(file, buffer, itemSize, itemCount);
-  }
-  if (bytes != 0) {
-    std::memcpy(file.data + file.position, buffer, bytes);
+  const std::uint64_t before = file.capacity;
+  const bool written =
+      Grow(file, end) && PutBytes(file, before, [&] {
+        return file.contents.Write(static_cast<std::uint64_t>(file.position),
+                                   {static_cast<const char*>(buffer), bytes}, file.capacity);
+      });
+  if (!written) {
+    return SpillToDisk(file) ? std::fwrite(buffer, itemSize, itemCount, file.stream) : 0;
   }
   // KEEP(write-leaves-flags): an error flag from before stays set.
-  Advance(file, end);
+  file.position = static_cast<std::int64_t>(end);
   // KEEP(write-size-zero): an item of no bytes is not counted as written.
   return itemSize == 0 ? 0 : itemCount;
+}
+
+bool ShareMemoryFile(FileHandle& file, FileHandle& from, std::uint64_t at, std::string_view bytes) {
+  if (!MayWrite(file) || &file == &from || bytes.empty()) {
+    return false;
+  }
+  const std::string_view run = from.contents.Run(at);
+  if (run.data() != bytes.data() || run.size() < bytes.size()) {
+    return false;
+  }
+  MoveToEndForAppend(file);
+  std::uint64_t end = 0;
+  const std::uint64_t before = file.capacity;
+  if (static_cast<std::uint64_t>(file.position) != file.contents.Size() ||
+      !EndOfWrite(file, bytes.size(), end) || !Grow(file, end)) {
+    return false;
+  }
+  if (!PutBytes(file, before, [&] {
+        return file.contents.AppendFrom(from.contents, at, bytes.size(), file.capacity);
+      })) {
+    return false;
+  }
+  file.position = static_cast<std::int64_t>(end);
+  return true;
 }
 
 int SeekMemoryFile(FileHandle& file, std::int64_t offset, int whence) {
@@ -193,7 +250,7 @@ int SeekMemoryFile(FileHandle& file, std::int64_t offset, int whence) {
       return SeekFromStart(file, position + distance);
     case SEEK_END:
       // KEEP(seek-end-subtracts)
-      return SeekFromStart(file, file.length - distance);
+      return SeekFromStart(file, file.contents.Size() - distance);
     default:
       // KEEP(seek-unknown-whence): succeeds without moving.
       return SetPosition(file, position);

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "fileio/file_handle.h"
 
@@ -25,6 +26,17 @@ namespace zevka {
 // to read.
 std::size_t ReadMemoryFile(FileHandle& file, void* buffer, std::size_t itemSize,
                            std::size_t itemCount);
+
+// Reads up to `bytes` bytes, in items of one, without copying: the flags and the position are as
+// after ReadMemoryFile. The view holds until the file is changed or ends.
+// Result: empty, with nothing done, where the bytes do not lie together, at the end, and without
+// the right to read.
+std::string_view ReadMemoryView(FileHandle& file, std::size_t bytes);
+
+// Writes `bytes`, which are a view of what `from` holds at `at`, at the end of `file`, as
+// WriteMemoryFile would write them; where it can, the memory is shared and nothing copied.
+// Result: false, with nothing done, where that cannot be, as they are no such view.
+bool ShareMemoryFile(FileHandle& file, FileHandle& from, std::uint64_t at, std::string_view bytes);
 
 // Writes whole items at the position, or at the end with the append flag. Flags stay as they are.
 // Result: the items written, 0 for items of 0 bytes. 0 with the error flag and EBADF without the
@@ -40,8 +52,9 @@ std::size_t WriteMemoryFile(FileHandle& file, const void* buffer, std::size_t it
 // zeros never move the file to disk: when they do not fit (ENOMEM) or may not be written (EBADF),
 // nothing is written, and the position is set all the same.
 // KEEP(seek-end-subtracts): SEEK_END goes back from the end by `offset`; a negative one goes
-// beyond. Result: 0, for an unknown `whence` with the position as it was; -1 with EINVAL and the
-// error flag for a target before the start.
+// beyond. Result: 0, for an unknown `whence` with the position as it was; -1 and the error flag
+// with EINVAL for a target before the start, with ENOMEM when there is no memory for zeros that the
+// budget allows.
 int SeekMemoryFile(FileHandle& file, std::int64_t offset, int whence);
 
 }  // namespace zevka

@@ -1,8 +1,10 @@
 #include "fileio/memory_layer.h"
 
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -50,13 +52,34 @@ RegistryResult Enter(FileHandle& file, FileHandle*& existing) ZEVKA_REQUIRES(lay
   return result;
 }
 
-// Moves contents and position; what `to` held is freed.
-void MoveContents(FileHandle& from, FileHandle& to) ZEVKA_REQUIRES(layerMutex) {
-  DropMemoryDataLocked(to);
-  to.data = std::exchange(from.data, nullptr);
-  to.length = std::exchange(from.length, 0);
+// Moves contents and position; what `to` held goes to `replaced`.
+void MoveContents(FileHandle& from, FileHandle& to, FileContents& replaced)
+    ZEVKA_REQUIRES(layerMutex) {
+  TakeContentsLocked(to, replaced);
+  to.contents = std::move(from.contents);
   to.capacity = std::exchange(from.capacity, 0);
   to.position = std::exchange(from.position, 0);
+}
+
+// Writes all pieces with one call, up to as many as the system takes.
+bool WritePieces(const FileContents& contents, int descriptor) {
+  constexpr std::size_t kMostPieces = 1024;
+  std::array<iovec, kMostPieces> pieces;
+  std::size_t count = 0;
+  std::uint64_t bytes = 0;
+  const auto writeThem = [&] {
+    const ssize_t written = ::writev(descriptor, pieces.data(), static_cast<int>(count));
+    const bool all = written >= 0 && static_cast<std::uint64_t>(written) == bytes;
+    count = 0;
+    bytes = 0;
+    return all;
+  };
+  const bool taken = contents.ForEachPiece([&](std::string_view piece) {
+    pieces[count++] = {const_cast<char*>(piece.data()), piece.size()};
+    bytes += piece.size();
+    return count < kMostPieces || writeThem();
+  });
+  return taken && writeThem();
 }
 
 // One open, one write, one close; false with the errno of the open or the write.
@@ -68,12 +91,27 @@ bool WriteWhole(const FileHandle& file, const char* name) {
   if (descriptor < 0) {
     return false;
   }
-  const ssize_t written = ::write(descriptor, file.data, file.length);
+  const bool written = WritePieces(file.contents, descriptor);
   const int writeErrno = errno;
   ::close(descriptor);
   errno = writeErrno;
-  return written >= 0 && static_cast<std::uint64_t>(written) == file.length;
+  return written;
 }
+
+// A record that is out of the registry ends when this does: not under the mutex, for what it holds
+// may be large.
+class EndedFile {
+ public:
+  // Gives the capacity back.
+  void Take(FileHandle* file) ZEVKA_REQUIRES(layerMutex) {
+    file_.reset(file);
+    TakeContentsLocked(*file, contents_);
+  }
+
+ private:
+  std::unique_ptr<FileHandle> file_;
+  FileContents contents_;
+};
 
 }  // namespace
 
@@ -161,6 +199,8 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
 }
 
 void CloseMemoryFile(FileHandle& file) {
+  EndedFile ended;
+  FileContents contents;
   const MutexGuard guard(layerMutex);
   file.openFlags = 0;
   file.opens -= file.opens == 0 ? 0 : 1;
@@ -168,9 +208,9 @@ void CloseMemoryFile(FileHandle& file) {
     return;
   }
   // Nothing leads to it any more but the handle of those who have not closed it yet.
-  DropMemoryDataLocked(file);
+  TakeContentsLocked(file, contents);
   if (file.opens == 0) {
-    ReleaseMemoryFileLocked(&file);
+    ended.Take(&file);
   }
 }
 
@@ -179,7 +219,7 @@ RegistryResult MemoryFileLength(const NameKey& key, std::uint64_t& length) {
   FileHandle* file = nullptr;
   const RegistryResult result = Find(key, file);
   if (file != nullptr) {
-    length = file->length;
+    length = file->contents.Size();
   }
   return result;
 }
@@ -188,7 +228,10 @@ char* MemoryFileData(const NameKey& key) {
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
   Find(key, file);
-  return file == nullptr ? nullptr : file->data;
+  if (file == nullptr || (file->capacity == 0 && !file->contents.IsExposed())) {
+    return nullptr;
+  }
+  return file->contents.Expose(file->capacity, file->openFlags == 0);
 }
 
 int AttachMemoryBuffer(FileHandle& file, char* buffer, std::uint64_t sizeBytes) {
@@ -196,13 +239,25 @@ int AttachMemoryBuffer(FileHandle& file, char* buffer, std::uint64_t sizeBytes) 
     DropMemoryData(file);
     return 0;
   }
-  char* const data = ResizeMemoryBuffer(file.data, file.capacity, sizeBytes, buffer);
-  if (data == nullptr) {
+  const std::uint64_t oldCapacity = file.capacity;
+  if (!ResizeCapacity(file, sizeBytes)) {
     return -1;
   }
-  file.data = data;
-  file.length = sizeBytes;
-  file.capacity = sizeBytes;
+  MallocBuffer own = buffer == nullptr ? MallocBuffer::Zeroed(sizeBytes) : MallocBuffer();
+  FileContents contents;
+  if ((buffer == nullptr && !own) ||
+      !contents.Adopt(buffer == nullptr ? own.Data() : buffer, sizeBytes)) {
+    ResizeCapacity(file, oldCapacity);
+    errno = ENOMEM;
+    return -1;
+  }
+  static_cast<void>(own.Release());
+  if (buffer != nullptr && sizeBytes > oldCapacity) {
+    // KEEP(attach-zeroes): whatever it held.
+    std::memset(buffer + oldCapacity, 0, sizeBytes - oldCapacity);
+  }
+  file.contents.Abandon();
+  file.contents = std::move(contents);
   file.position = 0;
   return 0;
 }
@@ -217,11 +272,12 @@ bool TakeOutMemoryFile(const FileHandle& file) {
 
 // KEEP(remove-ends-handles): a file goes while it is open, and its handle with it.
 RegistryResult RemoveMemoryFile(const NameKey& key) {
+  EndedFile ended;
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
   const RegistryResult result = TakeOut(key, file);
   if (result == RegistryResult::kSuccess) {
-    ReleaseMemoryFileLocked(file);
+    ended.Take(file);
   }
   return result;
 }
@@ -232,6 +288,8 @@ RegistryResult RemoveMemoryFile(const NameKey& key) {
 RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
   const NameKey newKey = KeyOfName(newName);
   MallocBuffer name = CopyOfName(newName);
+  EndedFile ended;
+  FileContents replaced;
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
   RegistryResult result = Find(oldKey, file);
@@ -247,15 +305,16 @@ RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
   FileHandle* existing = nullptr;
   result = Enter(*file, existing);
   if (existing != nullptr) {
-    MoveContents(*file, *existing);
+    MoveContents(*file, *existing, replaced);
   }
   if (existing != nullptr || result != RegistryResult::kSuccess) {
-    ReleaseMemoryFileLocked(file);
+    ended.Take(file);
   }
   return result;
 }
 
 RegistryResult CommitMemoryFile(const NameKey& key, const char* name, bool& written) {
+  EndedFile ended;
   const MutexGuard guard(layerMutex);
   FileHandle* file = nullptr;
   RegistryResult result = Find(key, file);
@@ -267,7 +326,7 @@ RegistryResult CommitMemoryFile(const NameKey& key, const char* name, bool& writ
   written = WriteWhole(*file, name);
   if (written) {
     result = TakeOut(key, file);
-    ReleaseMemoryFileLocked(file);
+    ended.Take(file);
   }
   return result;
 }

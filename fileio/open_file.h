@@ -22,6 +22,7 @@
 #include <utility>
 
 #include "fileio/file_operations.h"
+#include "fileio/file_views.h"
 
 namespace zevka {
 
@@ -50,6 +51,22 @@ class OpenFile {
   // Reads up to `bytes` bytes; the count read, fewer at the end of the file or on an error.
   std::size_t Read(void* buffer, std::size_t bytes) {
     return handle_ == nullptr ? 0 : FileRead(buffer, 1, bytes, handle_);
+  }
+
+  // Reads up to `bytes` bytes; the view is into the file, or into `spare` that is made large
+  // enough, and holds until either is changed or ends.
+  std::string_view Take(std::size_t bytes, std::string& spare) {
+    return handle_ == nullptr ? std::string_view() : FileReadView(handle_, bytes, spare);
+  }
+
+  // Writes what `from` holds at `at` as one item; as Write, and without copying where that can be.
+  bool WriteFrom(const OpenFile& from, std::uint64_t at, std::string_view bytes) {
+    return handle_ != nullptr && (bytes.empty() || FileWriteFrom(handle_, from.handle_, at, bytes));
+  }
+
+  // Writes what the last Take from `from` gave, in the same way.
+  bool WriteTaken(const OpenFile& from, std::string_view taken) {
+    return handle_ != nullptr && (taken.empty() || FileWriteTaken(handle_, from.handle_, taken));
   }
 
   // Writes the text as one item; true when all of it was written. An empty text is true without a

@@ -28,7 +28,7 @@ class BlockReader {
   // Takes the next block, which may be empty at the end of the input. False for a read error.
   bool ReadNext();
 
-  std::string_view Block() const { return {buffer_.data(), fill_}; }
+  std::string_view Block() const { return block_; }
   // Where Block() begins in the input.
   std::int64_t BlockStart() const { return blockStart_; }
   // Whether there is nothing behind Block().
@@ -36,8 +36,9 @@ class BlockReader {
 
  private:
   OpenFile& input_;
-  std::string buffer_;
-  std::size_t fill_ = 0;
+  std::size_t blockSize_;
+  std::string spare_;  // for a block that does not lie in memory anyway
+  std::string_view block_;
   std::int64_t blockStart_ = 0;
   bool exhausted_ = false;
 };

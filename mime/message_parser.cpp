@@ -58,14 +58,14 @@ void CopySource(PartState& part) {
   if (!from) {
     return;
   }
-  std::string step(kSourceCopyStep, '\0');
-  std::size_t count = step.size();
-  while (count == step.size()) {
-    count = from.Read(step.data(), step.size());
-    if (!to.Write({step.data(), count})) {
+  std::string spare;
+  std::string_view step;
+  do {
+    step = from.Take(kSourceCopyStep, spare);
+    if (!to.WriteTaken(from, step)) {
       return;
     }
-  }
+  } while (step.size() == kSourceCopyStep);
   if (from.Failed() || !to.CloseWritten()) {
     return;
   }

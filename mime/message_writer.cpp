@@ -215,14 +215,14 @@ bool MessageWriter::CopyBody() {
   if (!body) {
     return true;
   }
-  std::string block(kBlockSize, '\0');
+  std::string spare;
   std::string_view last;
   do {
-    last = std::string_view(block).substr(0, body.Read(block.data(), block.size()));
-    if (!output_.Write(last)) {
+    last = body.Take(kBlockSize, spare);
+    if (!output_.WriteTaken(body, last)) {
       return false;
     }
-  } while (last.size() == block.size());
+  } while (last.size() == kBlockSize);
   // KEEP(last-read-only): only what the last read gave tells whether a line end is missing; when it
   // gave nothing, none is added.
   const bool unfinished = !last.empty() && !last.ends_with(part_.lineEnd.established);
@@ -258,18 +258,22 @@ bool MessageWriter::WriteChild(const PartNode& child) {
   return true;
 }
 
-bool MessageWriter::AppendChildText(OpenFile& text) {
-  std::string block(kBlockSize, '\0');
-  bool copied = false;
-  std::size_t count = block.size();
-  while (count == block.size()) {
-    count = text.Read(block.data(), block.size());
-    copied = copied || count > 0;
-    if (!output_.Write(std::string_view(block).substr(0, count))) {
+bool MessageWriter::AppendText(OpenFile& text, std::size_t step, bool& copied) {
+  std::string spare;
+  std::string_view taken;
+  do {
+    taken = text.Take(step, spare);
+    copied = copied || !taken.empty();
+    if (!output_.WriteTaken(text, taken)) {
       return false;
     }
-  }
-  return !text.Failed() && (copied || WriteLine({}));
+  } while (taken.size() == step);
+  return !text.Failed();
+}
+
+bool MessageWriter::AppendChildText(OpenFile& text) {
+  bool copied = false;
+  return AppendText(text, kBlockSize, copied) && (copied || WriteLine({}));
 }
 
 bool MessageWriter::AppendEmbedded(const PartNode& child) {
@@ -277,15 +281,8 @@ bool MessageWriter::AppendEmbedded(const PartNode& child) {
   if (!text) {
     return false;
   }
-  std::string step(kEmbeddedStep, '\0');
-  std::size_t count = step.size();
-  while (count == step.size()) {
-    count = text.Read(step.data(), step.size());
-    if (!output_.Write(std::string_view(step).substr(0, count))) {
-      return false;
-    }
-  }
-  if (text.Failed()) {
+  bool copied = false;
+  if (!AppendText(text, kEmbeddedStep, copied)) {
     return false;
   }
   text.Close();

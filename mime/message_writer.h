@@ -58,6 +58,7 @@ class MessageWriter {
   bool CopyBody();
   bool WriteChildren();
   bool WriteChild(const PartNode& child);
+  bool AppendText(OpenFile& text, std::size_t step, bool& copied);
   bool AppendChildText(OpenFile& text);
   bool WriteLine(std::string_view first, std::string_view second = {}, std::string_view third = {});
 

@@ -40,56 +40,42 @@ PartPtr MakeChildPart(const PartState& parent) {
 }
 
 MultipartSplitter::MultipartSplitter(PartState& part, OpenFile& input)
-    : part_(part), input_(input) {}
-
-bool MultipartSplitter::ReadMore(std::size_t bytes) {
-  const std::size_t before = window_.size();
-  window_.resize(before + bytes);
-  const std::size_t count = input_.Read(window_.data() + before, bytes);
-  window_.resize(before + count);
-  inputEnded_ = count < bytes;
-  return !(inputEnded_ && input_.Failed());
-}
-
-bool MultipartSplitter::Flush(OpenFile& out, std::size_t bytes) {
-  const bool written = out.Write(std::string_view(window_).substr(0, bytes));
-  window_.erase(0, bytes);
-  return written;
-}
+    : part_(part), input_(input), window_(input) {}
 
 bool MultipartSplitter::ExtractPreamble() {
   RemoveUnlessKept file(part_.files.encoded);
   OpenFile out(file.Name(), "wb");
-  if (!out || !input_.Seek(part_.bodyStart) || !CopyPreamble(out) || !SkipBlanksInBlocks() ||
+  if (!out || !window_.Start(part_.bodyStart) || !CopyPreamble(out) || !SkipBlanksInBlocks() ||
       !out.CloseWritten()) {
     return false;
   }
   file.Keep();
   // Whether the input ended is asked again while splitting, for the last block is treated by itself
   // there.
-  inputEnded_ = false;
+  window_.ForgetEnd();
   return true;
 }
 
 bool MultipartSplitter::CopyPreamble(OpenFile& out) {
   const std::size_t longest = LongestCandidate(part_.boundaries);
   for (;;) {
-    if (!ReadMore(kBlockSize)) {
+    if (!window_.ReadMore(kBlockSize)) {
       return false;
     }
-    const std::size_t at = FindBoundary(part_.boundaries, window_, false);
+    const std::string_view text = window_.Text();
+    const std::size_t at = FindBoundary(part_.boundaries, text, false);
     if (at != kNone) {
       skipping_ = true;
-      const bool written = Flush(out, at);
-      window_.erase(0, part_.boundaries.chosen.size());
+      const bool written = window_.Flush(out, at);
+      window_.Drop(part_.boundaries.chosen.size());
       return written;
     }
-    if (inputEnded_) {
-      return Flush(out, window_.size());
+    if (window_.Ended()) {
+      return window_.Flush(out, text.size());
     }
     // A delimiter may begin in this block and end in the next one.
-    const std::size_t kept = std::min(window_.size(), longest == 0 ? 0 : longest - 1);
-    if (!Flush(out, window_.size() - kept)) {
+    const std::size_t kept = std::min(text.size(), longest == 0 ? 0 : longest - 1);
+    if (!window_.Flush(out, text.size() - kept)) {
       return false;
     }
   }
@@ -97,8 +83,8 @@ bool MultipartSplitter::CopyPreamble(OpenFile& out) {
 
 bool MultipartSplitter::SkipBlanksInBlocks() {
   SkipBlanks();
-  while (skipping_ && !inputEnded_) {
-    if (!ReadMore(kBlockSize)) {
+  while (skipping_ && !window_.Ended()) {
+    if (!window_.ReadMore(kBlockSize)) {
       return false;
     }
     SkipBlanks();
@@ -111,25 +97,29 @@ bool MultipartSplitter::SkipBlanksInBlocks() {
 // KEEP(blanks-behind-delimiter): where the delimiter's line ends otherwise than the message, empty
 // lines behind it are skipped too.
 void MultipartSplitter::SkipBlanks() {
+  if (!skipping_) {
+    return;
+  }
   const std::string& lineEnd = part_.lineEnd.established;
+  const std::string_view text = window_.Text();
   std::size_t at = 0;
-  while (skipping_ && at < window_.size()) {
-    if (!IsBlankOrLineEnd(window_[at])) {
+  while (skipping_ && at < text.size()) {
+    if (!IsBlankOrLineEnd(text[at])) {
       break;
     }
-    skipped_.push_back(window_[at++]);
+    skipped_.push_back(text[at++]);
     if (skipped_.size() > lineEnd.size()) {
       skipped_.erase(0, 1);
     }
     skipping_ = lineEnd.empty() || skipped_ != lineEnd;
   }
-  if (at < window_.size()) {
+  if (at < text.size()) {
     skipping_ = false;
   }
   if (!skipping_) {
     skipped_.clear();
   }
-  window_.erase(0, at);
+  window_.Drop(at);
 }
 
 bool MultipartSplitter::SplitChildren() {
@@ -169,42 +159,49 @@ MultipartSplitter::ChildEnd MultipartSplitter::SplitChild() {
 MultipartSplitter::ChildEnd MultipartSplitter::WriteChild(OpenFile& out) {
   for (;;) {
     SkipBlanks();
-    const std::size_t at = FindBoundary(part_.boundaries, window_, false);
+    const std::size_t size = window_.Text().size();
+    const std::size_t at = FindBoundary(part_.boundaries, window_.Text(), false);
     const std::size_t length = part_.boundaries.chosen.size();
-    if (at != kNone && at + length + kBytesBehindDelimiter <= window_.size()) {
+    if (at != kNone && at + length + kBytesBehindDelimiter <= size) {
       return EndChild(out, at);
     }
-    if (inputEnded_) {
-      return Flush(out, window_.size()) ? ChildEnd::kLast : ChildEnd::kFailed;
+    if (window_.Ended()) {
+      return FlushAll(out);
     }
-    if (!Flush(out, window_.size() - KeptBytes(at)) || !ReadMore(windowRoom_ - window_.size())) {
+    if (!window_.Flush(out, size - KeptBytes(at)) ||
+        !window_.ReadMore(windowRoom_ - window_.Text().size())) {
       return ChildEnd::kFailed;
     }
     SkipBlanks();
     // KEEP(no-closer-one-child): without a closing delimiter, the rest of the input is one child,
     // whatever delimiters it holds.
-    if (inputEnded_ && FindBoundary(part_.boundaries, window_, true) == kNone) {
-      return Flush(out, window_.size()) ? ChildEnd::kLast : ChildEnd::kFailed;
+    if (window_.Ended() && FindBoundary(part_.boundaries, window_.Text(), true) == kNone) {
+      return FlushAll(out);
     }
   }
+}
+
+MultipartSplitter::ChildEnd MultipartSplitter::FlushAll(OpenFile& out) {
+  return window_.Flush(out, window_.Text().size()) ? ChildEnd::kLast : ChildEnd::kFailed;
 }
 
 // What stays in the window for the next look: a delimiter that is not usable yet, or the part of
 // one that may have begun.
 std::size_t MultipartSplitter::KeptBytes(std::size_t delimiterAt) const {
+  const std::size_t size = window_.Text().size();
   if (delimiterAt != kNone) {
-    return window_.size() - delimiterAt;
+    return size - delimiterAt;
   }
-  return std::min(window_.size(), part_.boundaries.chosen.size());
+  return std::min(size, part_.boundaries.chosen.size());
 }
 
 MultipartSplitter::ChildEnd MultipartSplitter::EndChild(OpenFile& out, std::size_t delimiterAt) {
   const std::string& closing = part_.boundaries.closing;
-  const bool last = window_.compare(delimiterAt, closing.size(), closing) == 0;
-  if (!Flush(out, delimiterAt)) {
+  const bool last = window_.Text().compare(delimiterAt, closing.size(), closing) == 0;
+  if (!window_.Flush(out, delimiterAt)) {
     return ChildEnd::kFailed;
   }
-  window_.erase(0, part_.boundaries.chosen.size());
+  window_.Drop(part_.boundaries.chosen.size());
   skipping_ = true;
   SkipBlanks();
   // KEEP(epilogue-dropped): what stands behind the closing delimiter is not read.

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "fileio/open_file.h"
+#include "mime/input_window.h"
 #include "mime/part_state.h"
 
 namespace zevka {
@@ -41,20 +42,18 @@ class MultipartSplitter {
   bool CopyPreamble(OpenFile& out);
   bool SkipBlanksInBlocks();
   void SkipBlanks();
-  bool ReadMore(std::size_t bytes);
-  bool Flush(OpenFile& out, std::size_t bytes);
   std::size_t KeptBytes(std::size_t delimiterAt) const;
   ChildEnd SplitChild();
   ChildEnd WriteChild(OpenFile& out);
+  ChildEnd FlushAll(OpenFile& out);
   ChildEnd EndChild(OpenFile& out, std::size_t delimiterAt);
   std::string ChildName() const;
   void LoadChild(const std::string& name);
 
   PartState& part_;
   OpenFile& input_;
-  std::string window_;          // input that is neither written nor skipped yet
+  InputWindow window_;          // input that is neither written nor skipped yet
   std::size_t windowRoom_ = 0;  // bytes that the window is filled up to
-  bool inputEnded_ = false;     // a read came short while splitting
   bool skipping_ = false;       // the blanks behind a delimiter are being skipped
   std::string skipped_;         // the last of them, as many as the established line end has bytes
   int nextChild_ = 0;

@@ -1,10 +1,9 @@
 #include "mime/transfer_body.h"
 
-#include <algorithm>
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "codec/base64.h"
 #include "codec/quoted_printable.h"
@@ -35,11 +34,11 @@ std::size_t DecodeChunk(PartState& part, Bytes input, Room output) {
   if (part.kind.encoding == TransferEncoding::kQuotedPrintable) {
     return DecodeQuotedPrintable(part, input, output);
   }
-  if (part.kind.encoding == TransferEncoding::kBase64) {
-    return Base64DecodeChunk(part.decoding.base64, input, output);
-  }
-  std::copy(input.begin(), input.end(), output.begin());
-  return input.size();
+  return Base64DecodeChunk(part.decoding.base64, input, output);
+}
+
+Bytes AsBytes(std::string_view text) {
+  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
 std::string_view AsText(Bytes bytes) {
@@ -52,24 +51,31 @@ struct Sinks {
   OpenFile decoded;
 };
 
-bool PassOn(PartState& part, Sinks& sinks, Bytes chunk, Room room) {
-  if (sinks.raw && !sinks.raw.Write(AsText(chunk))) {
+bool IsCoded(const PartState& part) {
+  return part.kind.encoding == TransferEncoding::kQuotedPrintable ||
+         part.kind.encoding == TransferEncoding::kBase64;
+}
+
+bool PassOn(PartState& part, OpenFile& source, Sinks& sinks, std::string_view chunk, Room room) {
+  if (sinks.raw && !sinks.raw.WriteTaken(source, chunk)) {
     return false;
   }
   if (!sinks.decoded) {
     return true;
   }
-  const std::size_t count = DecodeChunk(part, chunk, room);
-  return sinks.decoded.Write(AsText(room.first(count)));
+  if (room.empty()) {
+    return sinks.decoded.WriteTaken(source, chunk);
+  }
+  return sinks.decoded.Write(AsText(room.first(DecodeChunk(part, AsBytes(chunk), room))));
 }
 
 void PumpBody(PartState& part, OpenFile& source, Sinks& sinks) {
-  std::vector<unsigned char> buffer(kBlockSize + (sinks.decoded ? kDecodedRoom : 0));
-  const std::span<unsigned char> chunk = std::span(buffer).first(kBlockSize);
-  const std::span<unsigned char> room = std::span(buffer).subspan(kBlockSize);
+  std::string spare;
+  std::array<unsigned char, kDecodedRoom> decoded;
+  const Room room = sinks.decoded && IsCoded(part) ? Room(decoded) : Room();
   for (;;) {
-    const std::size_t count = source.Read(chunk.data(), chunk.size());
-    if (count == 0 || !PassOn(part, sinks, chunk.first(count), room) || count < chunk.size()) {
+    const std::string_view chunk = source.Take(kBlockSize, spare);
+    if (chunk.empty() || !PassOn(part, source, sinks, chunk, room) || chunk.size() < kBlockSize) {
       return;
     }
   }

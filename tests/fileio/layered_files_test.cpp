@@ -291,7 +291,7 @@ TEST_F(ByName, RenameOntoAMemoryFileMovesContentsAndPositionIntoIt) {
   EXPECT_EQ(std::string(Record(to).name.Data()), Path("to"));
   EXPECT_STREQ(Record(to).mode.data(), "w");
   EXPECT_EQ(Record(to).openFlags, 14U);
-  EXPECT_EQ(Record(to).length, 5000U);
+  EXPECT_EQ(Record(to).contents.Size(), 5000U);
   EXPECT_EQ(Record(to).capacity, 8192U);
   EXPECT_EQ(FileTell(to), 7);
   EXPECT_EQ(SizeOf(Path("from")), -1);

@@ -44,8 +44,7 @@ TEST_F(MemoryLayer, ANewFileIsEmptyAndOpen) {
   EXPECT_EQ(record.key, KeyOfName(Path("f").c_str()));
   EXPECT_STREQ(record.mode.data(), "w+b");
   EXPECT_EQ(record.openFlags, 15U);
-  EXPECT_EQ(record.data, nullptr);
-  EXPECT_EQ(record.length, 0U);
+  EXPECT_EQ(record.contents.Size(), 0U);
   EXPECT_EQ(record.capacity, 0U);
   EXPECT_EQ(record.position, 0);
   EXPECT_EQ(record.errorFlag, 0);
@@ -101,8 +100,7 @@ TEST_F(MemoryLayer, ReopeningForWritingEmptiesAndGivesTheBudgetBack) {
   ASSERT_EQ(MemoryInUse(), 4096U);
   const void* const handle = Open(Path("f"), "w");
   EXPECT_EQ(MemoryInUse(), 0U);
-  EXPECT_EQ(Record(handle).data, nullptr);
-  EXPECT_EQ(Record(handle).length, 0U);
+  EXPECT_EQ(Record(handle).contents.Size(), 0U);
   EXPECT_EQ(Record(handle).capacity, 0U);
 }
 
@@ -158,7 +156,7 @@ TEST_F(MemoryLayer, AttachingToAnEmptyFileZeroesTheWholeBuffer) {
   char* const buffer = ::strdup("abcdefg");
   EXPECT_EQ(FileAttachBuffer(handle, buffer, 8), 0);
   EXPECT_EQ(FileGetBuffer(Path("f").c_str()), buffer);
-  EXPECT_EQ(Record(handle).length, 8U);
+  EXPECT_EQ(Record(handle).contents.Size(), 8U);
   EXPECT_EQ(Record(handle).capacity, 8U);
   EXPECT_EQ(FileTell(handle), 0);
   EXPECT_EQ(MemoryInUse(), 8U);

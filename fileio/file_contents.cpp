@@ -1,0 +1,366 @@
+#include "fileio/file_contents.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace zevka {
+namespace {
+
+constexpr std::uint64_t kSmallRoom = 256;            // bytes; of the first block of a file
+constexpr std::uint64_t kTogether = 16384;           // bytes; up to here in front of no allocation
+constexpr std::uint64_t kLargestTailRoom = 1 << 20;  // bytes
+// Bytes; a smaller piece among others is copied, as keeping track of it costs as much.
+constexpr std::uint64_t kWorthSharing = 2048;
+constexpr std::uint64_t kCompactAbove = 1 << 20;  // bytes held beyond the contents
+
+BlockUse MakeBlock(std::uint64_t room) {
+  return room <= kTogether ? BlockUse::Make(room) : BlockUse::MakeReleasable(room);
+}
+
+}  // namespace
+
+FileContents& FileContents::operator=(FileContents&& other) noexcept {
+  if (this != &other) {
+    other.UseFlat();
+    Clear();
+    size_ = std::exchange(other.size_, 0);
+    first_ = std::move(other.first_);
+    more_ = std::move(other.more_);
+    other.Clear();
+  }
+  return *this;
+}
+
+FileContents::Place FileContents::Find(std::uint64_t at) const {
+  if (more_.empty()) {
+    return {0, at};
+  }
+  if (at < lastStart_) {
+    lastPiece_ = 0;
+    lastStart_ = 0;
+  }
+  while (lastPiece_ < more_.size() && at - lastStart_ >= PieceAt(lastPiece_).length) {
+    lastStart_ += PieceAt(lastPiece_).length;
+    ++lastPiece_;
+  }
+  return {lastPiece_, at - lastStart_};
+}
+
+void FileContents::Read(std::uint64_t at, char* buffer, std::uint64_t count) const {
+  if (const char* const flat = flat_.load(std::memory_order_acquire)) {
+    std::memcpy(buffer, flat + at, count);
+    return;
+  }
+  Place place = Find(at);
+  while (count != 0) {
+    const Piece& piece = PieceAt(place.piece);
+    const std::uint64_t step = std::min(count, piece.length - place.offset);
+    std::memcpy(buffer, piece.block.Bytes() + piece.begin + place.offset, step);
+    buffer += step;
+    count -= step;
+    place = {place.piece + 1, 0};
+  }
+}
+
+std::string_view FileContents::Run(std::uint64_t at) const {
+  if (at >= size_) {
+    return {};
+  }
+  if (const char* const flat = flat_.load(std::memory_order_acquire)) {
+    return {flat + at, size_ - at};
+  }
+  const Place place = Find(at);
+  const Piece& piece = PieceAt(place.piece);
+  return {piece.block.Bytes() + piece.begin + place.offset, piece.length - place.offset};
+}
+
+// Only where nobody reads.
+void FileContents::UseFlat() {
+  if (flat_.load(std::memory_order_relaxed) != nullptr) {
+    first_ = {std::move(flatBlock_), 0, size_};
+    more_.clear();
+    lastPiece_ = 0;
+    lastStart_ = 0;
+    flat_.store(nullptr, std::memory_order_relaxed);
+  }
+}
+
+bool FileContents::AddPiece(Piece piece) {
+  if (!first_.block || (first_.length == 0 && more_.empty())) {
+    size_ += piece.length;
+    first_ = std::move(piece);
+    return true;
+  }
+  const std::uint64_t length = piece.length;
+  try {
+    more_.push_back(std::move(piece));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  size_ += length;
+  return true;
+}
+
+std::uint64_t FileContents::FirstRoom(std::uint64_t need, std::uint64_t capacity) const {
+  const std::uint64_t wanted = std::max(2 * need, kSmallRoom);
+  // One byte more: who takes the contents away gets a zero behind them.
+  const std::uint64_t room = expectedSize_ >= need ? expectedSize_ + 1 : wanted;
+  return std::max(std::min(room, capacity), need);
+}
+
+// Appends to the block that the file has to itself, or begins a further one.
+bool FileContents::AppendNew(std::string_view bytes, std::uint64_t capacity) {
+  const std::uint64_t need = size_ + bytes.size();
+  const bool grows = IsOwnFlat() && size_ == first_.length;
+  if (grows && first_.block.IsReleasable()) {
+    if (!first_.block.Grow(FirstRoom(need, capacity))) {
+      return false;
+    }
+  } else if (grows || size_ == 0) {
+    if (!Flatten(FirstRoom(need, capacity))) {
+      return false;
+    }
+  } else {
+    const std::uint64_t doubled = Last().block.IsOnly() ? 2 * Last().block.Room() : 0;
+    const std::uint64_t room = std::clamp(doubled, kSmallRoom, kLargestTailRoom);
+    Piece piece{MakeBlock(std::max<std::uint64_t>(room, bytes.size())), 0, 0};
+    if (!piece.block || !AddPiece(std::move(piece))) {
+      return false;
+    }
+  }
+  Piece& last = Last();
+  char* const place = last.block.Claim(last.begin + last.length, bytes.size());
+  if (place == nullptr) {
+    return false;
+  }
+  std::memcpy(place, bytes.data(), bytes.size());
+  last.length += bytes.size();
+  size_ += bytes.size();
+  return true;
+}
+
+bool FileContents::Append(std::string_view bytes, std::uint64_t capacity) {
+  if (!first_.block) {
+    return AppendNew(bytes, capacity);
+  }
+  Piece& last = Last();
+  const std::uint64_t end = last.begin + last.length;
+  const std::uint64_t alike = last.block.AlikeAt(end, bytes);
+  const std::string_view rest = bytes.substr(alike);
+  char* const place = rest.empty() ? nullptr : last.block.Claim(end + alike, rest.size());
+  if (place != nullptr) {
+    std::copy(rest.begin(), rest.end(), place);
+  }
+  if (place != nullptr || rest.empty()) {
+    last.length += bytes.size();
+    size_ += bytes.size();
+    return true;
+  }
+  last.length += alike;
+  size_ += alike;
+  if (AppendNew(rest, capacity)) {
+    return true;
+  }
+  Last().length -= alike;
+  size_ -= alike;
+  return false;
+}
+
+bool FileContents::AppendZeros(std::uint64_t count, std::uint64_t capacity) {
+  constexpr std::string_view::size_type kStep = 4096;
+  static constexpr char kZeros[kStep] = {};
+  while (count != 0) {
+    const std::uint64_t step = std::min<std::uint64_t>(count, kStep);
+    if (!Append({kZeros, step}, capacity)) {
+      return false;
+    }
+    count -= step;
+  }
+  return true;
+}
+
+bool FileContents::Write(std::uint64_t at, std::string_view bytes, std::uint64_t capacity) {
+  if (bytes.empty()) {
+    return true;
+  }
+  UseFlat();
+  if (at > size_ && !AppendZeros(at - size_, capacity)) {
+    return false;
+  }
+  if (at == size_) {
+    return Append(bytes, capacity);
+  }
+  if (!IsOwnFlat() && !Flatten(std::max(size_, at + bytes.size()))) {
+    return false;
+  }
+  const std::uint64_t inside = std::min<std::uint64_t>(bytes.size(), size_ - at);
+  // What is appended goes first, for that can fail.
+  const std::string_view behind = bytes.substr(inside);
+  if (!behind.empty() && !Append(behind, capacity)) {
+    return false;
+  }
+  std::memcpy(first_.block.Bytes() + at, bytes.data(), inside);
+  return true;
+}
+
+bool FileContents::AppendFrom(FileContents& from, std::uint64_t at, std::uint64_t count,
+                              std::uint64_t capacity) {
+  UseFlat();
+  from.UseFlat();
+  const Place place = from.Find(at);
+  const Piece& source = from.PieceAt(place.piece);
+  const std::uint64_t begin = source.begin + place.offset;
+  Piece& last = Last();
+  if (last.block && last.block == source.block && last.begin + last.length == begin) {
+    last.length += count;
+    size_ += count;
+    return true;
+  }
+  if ((count < kWorthSharing && size_ != 0) || source.block.IsExposed()) {
+    return Append({source.block.Bytes() + begin, count}, capacity);
+  }
+  source.block.Settle();
+  return AddPiece({source.block, begin, count});
+}
+
+void FileContents::Expect(FileContents& from, std::uint64_t at) {
+  from.UseFlat();
+  if (size_ != 0 || at >= from.size_) {
+    return;
+  }
+  const Place place = from.Find(at);
+  const Piece& source = from.PieceAt(place.piece);
+  if (!source.block.IsExposed()) {
+    source.block.Settle();
+    first_ = {source.block, source.begin + place.offset, 0};
+  }
+}
+
+// Does not remember where it was: another thread may be reading.
+void FileContents::CopyTo(char* buffer) const {
+  ForEachPiece([&](std::string_view piece) {
+    buffer = std::copy(piece.begin(), piece.end(), buffer);
+    return true;
+  });
+}
+
+// Brings everything to one block of its own. Only where nobody reads.
+bool FileContents::Flatten(std::uint64_t room) {
+  BlockUse flat = MakeBlock(room);
+  if (!flat || flat.Claim(0, size_) == nullptr) {
+    return false;
+  }
+  CopyTo(flat.Bytes());
+  flatBlock_ = std::move(flat);
+  flat_.store(flatBlock_.Bytes(), std::memory_order_relaxed);
+  UseFlat();
+  return true;
+}
+
+char* FileContents::Expose(std::uint64_t capacity, bool idle) {
+  const std::uint64_t room = std::max(size_, capacity);
+  if (idle) {
+    UseFlat();
+  }
+  if (flat_.load(std::memory_order_relaxed) == nullptr &&
+      !(IsOwnFlat() && first_.block.IsReleasable() && first_.block.Room() >= room)) {
+    if (idle && IsOwnFlat() && first_.block.IsReleasable()) {
+      if (!first_.block.Grow(room)) {
+        return nullptr;
+      }
+    } else {
+      BlockUse made = BlockUse::MakeReleasable(room);
+      if (!made || made.Claim(0, size_) == nullptr) {
+        return nullptr;
+      }
+      CopyTo(made.Bytes());
+      flatBlock_ = std::move(made);
+      flat_.store(flatBlock_.Bytes(), std::memory_order_release);
+      if (idle) {
+        UseFlat();
+      }
+    }
+  }
+  const BlockUse& block =
+      flat_.load(std::memory_order_relaxed) == nullptr ? first_.block : flatBlock_;
+  block.MarkExposed();
+  std::memset(block.Bytes() + size_, 0, room - size_);
+  return block.Bytes();
+}
+
+MallocBuffer FileContents::Release() {
+  UseFlat();
+  const bool whole = IsOwnFlat() && first_.length == size_ && first_.block.IsReleasable();
+  if (!(whole && (first_.block.Room() > size_ || first_.block.IsExposed()))) {
+    MallocBuffer copy(static_cast<char*>(std::malloc(size_ + 1)));
+    if (copy) {
+      CopyTo(copy.Data());
+      copy.Data()[size_] = '\0';
+      Clear();
+    }
+    return copy;
+  }
+  if (first_.block.Room() > size_) {
+    first_.block.Bytes()[size_] = '\0';
+  }
+  MallocBuffer bytes = first_.block.Release();
+  Clear();
+  return bytes;
+}
+
+bool FileContents::Adopt(char* bytes, std::uint64_t size) {
+  Piece piece{BlockUse::Adopt(bytes, size), 0, size};
+  if (!piece.block) {
+    return false;
+  }
+  Clear();
+  piece.block.MarkExposed();
+  first_ = std::move(piece);
+  size_ = size;
+  return true;
+}
+
+void FileContents::Abandon() {
+  UseFlat();
+  if (IsOwnFlat() && first_.block.IsReleasable()) {
+    static_cast<void>(first_.block.Release().Release());
+  }
+  Clear();
+}
+
+void FileContents::Clear() {
+  flat_.store(nullptr, std::memory_order_relaxed);
+  flatBlock_ = {};
+  first_ = {};
+  more_.clear();
+  size_ = 0;
+  expectedSize_ = 0;
+  lastPiece_ = 0;
+  lastStart_ = 0;
+}
+
+void FileContents::Compact() {
+  UseFlat();
+  if (!first_.block) {
+    return;
+  }
+  // Most of the pieces are usually those of one large block.
+  const BlockUse* largest = &first_.block;
+  for (const Piece& piece : more_) {
+    largest = piece.block.Room() > largest->Room() ? &piece.block : largest;
+  }
+  std::uint64_t held = largest->Room();
+  const BlockUse* before = largest;
+  for (std::size_t i = 0; i <= more_.size(); ++i) {
+    const BlockUse& block = PieceAt(i).block;
+    held += block == *largest || block == *before ? 0 : block.Room();
+    before = &block;
+  }
+  if (held > 2 * size_ + kCompactAbove) {
+    static_cast<void>(Flatten(size_ + 1));
+  }
+}
+
+}  // namespace zevka

@@ -1,0 +1,71 @@
+#include "fileio/file_views.h"
+
+#include "fileio/file_handle.h"
+#include "fileio/file_operations.h"
+#include "fileio/layered_files.h"
+#include "fileio/memory_file.h"
+
+namespace zevka {
+namespace {
+
+// The memory file behind a handle; null for a disk file, and where somebody stands in between.
+FileHandle* MemoryFileOf(void* handle) {
+  const FileOperationTable& table = CurrentFileOperations();
+  if (table.read != &LayeredRead || table.write != &LayeredWrite) {
+    return nullptr;
+  }
+  auto* const file = static_cast<FileHandle*>(handle);
+  return file->stream == nullptr ? file : nullptr;
+}
+
+}  // namespace
+
+std::string_view FileReadView(void* handle, std::size_t bytes, std::string& spare) {
+  FileHandle* const file = MemoryFileOf(handle);
+  const std::string_view view = file == nullptr ? std::string_view() : ReadMemoryView(*file, bytes);
+  if (!view.empty()) {
+    return view;
+  }
+  if (spare.size() < bytes) {
+    spare.resize(bytes);
+  }
+  return {spare.data(), FileRead(spare.data(), 1, bytes, handle)};
+}
+
+std::string_view FileWholeView(void* handle) {
+  const FileHandle* const file = MemoryFileOf(handle);
+  if (file == nullptr || (file->openFlags & kOpenRead) == 0) {
+    return {};
+  }
+  const std::string_view run = file->contents.Run(0);
+  return run.size() == file->contents.Size() ? run : std::string_view();
+}
+
+bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view bytes) {
+  FileHandle* const file = MemoryFileOf(handle);
+  FileHandle* const source = MemoryFileOf(from);
+  return (file != nullptr && source != nullptr && ShareMemoryFile(*file, *source, at, bytes)) ||
+         FileWrite(bytes.data(), bytes.size(), 1, handle) == 1;
+}
+
+bool FileWriteTaken(void* handle, void* from, std::string_view taken) {
+  const FileHandle* const source = MemoryFileOf(from);
+  const std::uint64_t end = source == nullptr ? 0 : static_cast<std::uint64_t>(source->position);
+  return FileWriteFrom(handle, from, end - taken.size(), taken);
+}
+
+void FileExpectSize(void* handle, std::uint64_t bytes) {
+  if (FileHandle* const file = MemoryFileOf(handle)) {
+    file->contents.ExpectSize(bytes);
+  }
+}
+
+void FileExpectBytesOf(void* handle, void* from, std::uint64_t at) {
+  FileHandle* const file = MemoryFileOf(handle);
+  FileHandle* const source = MemoryFileOf(from);
+  if (file != nullptr && source != nullptr && file != source) {
+    file->contents.Expect(source->contents, at);
+  }
+}
+
+}  // namespace zevka

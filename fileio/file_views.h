@@ -1,0 +1,39 @@
+// Reading and writing without copying: what goes from one memory file into another, or is only
+// looked at, stays where it is. Each function does what a read or a write through the table would
+// have done; with disk files, or where the table's reading or writing was replaced, it is one.
+//
+// Threads: as the file operations; both handles are one thread's.
+#ifndef ZEVKA_FILEIO_FILE_VIEWS_H
+#define ZEVKA_FILEIO_FILE_VIEWS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zevka {
+
+// Reads up to that many bytes, in items of one. The view is into the file, or into `spare`, which
+// is made large enough then; it holds until either is changed or ends.
+std::string_view FileReadView(void* handle, std::size_t bytes, std::string& spare);
+
+// All that an open memory file holds, when it lies together; otherwise, and for a disk file, no
+// view (its data is null).
+std::string_view FileWholeView(void* handle);
+
+// Writes `bytes`, which `from` holds at `at`, as one item. True when all of it was written; bytes
+// must not be empty.
+bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view bytes);
+
+// Writes what the last FileReadView of `from` gave, in the same way.
+bool FileWriteTaken(void* handle, void* from, std::string_view taken);
+
+// Hints that change no result. The file was opened for writing and is empty.
+// It will hold about that many bytes:
+void FileExpectSize(void* handle, std::uint64_t bytes);
+// It will hold much of what `from` holds at `at`:
+void FileExpectBytesOf(void* handle, void* from, std::uint64_t at);
+
+}  // namespace zevka
+
+#endif  // ZEVKA_FILEIO_FILE_VIEWS_H

@@ -1,0 +1,180 @@
+#include "fileio/shared_block.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace zevka {
+
+// In front of the bytes, or apart from them where these are to be released.
+struct SharedBlock {
+  SharedBlock(char* begin, std::uint64_t size, bool apart)
+      : bytes(begin), room(size), releasable(apart) {}
+
+  std::atomic<std::uint32_t> uses{1};
+  std::atomic<bool> exposed{false};
+  std::atomic<std::uint64_t> used{0};
+  std::atomic<std::uint64_t> settled{0};  // no one writes below it any more; 0 until shared
+  char* bytes;
+  std::uint64_t room;
+  bool releasable;
+};
+
+namespace {
+
+void End(SharedBlock* block) {
+  if (block->releasable) {
+    std::free(block->bytes);
+  }
+  block->~SharedBlock();
+  std::free(block);
+}
+
+// The first place at or behind `at` where both texts differ, or the shorter one's end.
+std::size_t Mismatch(const char* left, std::string_view right) {
+  constexpr std::size_t kStep = 64;
+  std::size_t at = 0;
+  while (right.size() - at >= kStep && std::memcmp(left + at, right.data() + at, kStep) == 0) {
+    at += kStep;
+  }
+  while (at < right.size() && left[at] == right[at]) {
+    ++at;
+  }
+  return at;
+}
+
+}  // namespace
+
+BlockUse BlockUse::Make(std::uint64_t room) {
+  void* const memory = std::malloc(sizeof(SharedBlock) + room);
+  if (memory == nullptr) {
+    return {};
+  }
+  char* const bytes = static_cast<char*>(memory) + sizeof(SharedBlock);
+  return BlockUse(new (memory) SharedBlock(bytes, room, false));
+}
+
+BlockUse BlockUse::MakeReleasable(std::uint64_t room) {
+  MallocBuffer bytes(static_cast<char*>(std::malloc(room == 0 ? 1 : room)));
+  if (!bytes) {
+    return {};
+  }
+  BlockUse made = Adopt(bytes.Data(), room);
+  if (made) {
+    static_cast<void>(bytes.Release());
+    made.block_->used.store(0, std::memory_order_relaxed);
+  }
+  return made;
+}
+
+BlockUse BlockUse::Adopt(char* bytes, std::uint64_t size) {
+  void* const memory = std::malloc(sizeof(SharedBlock));
+  if (memory == nullptr) {
+    return {};
+  }
+  auto* const block = new (memory) SharedBlock(bytes, size, true);
+  block->used.store(size, std::memory_order_relaxed);
+  return BlockUse(block);
+}
+
+BlockUse::BlockUse(const BlockUse& other) noexcept : block_(other.block_) {
+  if (block_ != nullptr) {
+    block_->uses.fetch_add(1, std::memory_order_relaxed);
+  }
+}
+
+BlockUse& BlockUse::operator=(const BlockUse& other) noexcept {
+  BlockUse copy(other);
+  std::swap(block_, copy.block_);
+  return *this;
+}
+
+BlockUse& BlockUse::operator=(BlockUse&& other) noexcept {
+  if (this != &other) {
+    Drop();
+    block_ = std::exchange(other.block_, nullptr);
+  }
+  return *this;
+}
+
+void BlockUse::Drop() noexcept {
+  SharedBlock* const block = std::exchange(block_, nullptr);
+  if (block != nullptr && (block->uses.load(std::memory_order_acquire) == 1 ||
+                           block->uses.fetch_sub(1, std::memory_order_acq_rel) == 1)) {
+    End(block);
+  }
+}
+
+char* BlockUse::Bytes() const {
+  return block_->bytes;
+}
+
+std::uint64_t BlockUse::Room() const {
+  return block_->room;
+}
+
+bool BlockUse::IsOnly() const {
+  return block_->uses.load(std::memory_order_acquire) == 1;
+}
+
+bool BlockUse::IsReleasable() const {
+  return block_->releasable;
+}
+
+void BlockUse::Settle() const {
+  // From the second use on, what lies behind may be being filled by another file just now.
+  if (IsOnly()) {
+    block_->settled.store(block_->used.load(std::memory_order_relaxed), std::memory_order_relaxed);
+  }
+}
+
+std::uint64_t BlockUse::AlikeAt(std::uint64_t end, std::string_view text) const {
+  const std::uint64_t settled = block_->settled.load(std::memory_order_relaxed);
+  if (end >= settled) {
+    return 0;
+  }
+  return Mismatch(block_->bytes + end, text.substr(0, settled - end));
+}
+
+char* BlockUse::Claim(std::uint64_t end, std::uint64_t count) const {
+  if (count > block_->room || end > block_->room - count) {
+    return nullptr;
+  }
+  if (IsOnly()) {
+    // What stands behind belonged to files that are gone.
+    block_->used.store(end + count, std::memory_order_relaxed);
+    return block_->bytes + end;
+  }
+  std::uint64_t expected = end;
+  return block_->used.compare_exchange_strong(expected, end + count, std::memory_order_relaxed)
+             ? block_->bytes + end
+             : nullptr;
+}
+
+void BlockUse::MarkExposed() const {
+  block_->exposed.store(true, std::memory_order_relaxed);
+}
+
+bool BlockUse::IsExposed() const {
+  return block_->exposed.load(std::memory_order_relaxed);
+}
+
+bool BlockUse::Grow(std::uint64_t room) const {
+  char* const bytes = static_cast<char*>(std::realloc(block_->bytes, room));
+  if (bytes == nullptr) {
+    return false;
+  }
+  block_->bytes = bytes;
+  block_->room = room;
+  return true;
+}
+
+MallocBuffer BlockUse::Release() {
+  MallocBuffer bytes(std::exchange(block_->bytes, nullptr));
+  Drop();
+  return bytes;
+}
+
+}  // namespace zevka
