@@ -1,9 +1,10 @@
 #include "codec/quoted_printable.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
+
+#include "codec/quoted_printable_kernels.h"
 
 namespace zevka {
 namespace {
@@ -13,28 +14,13 @@ constexpr std::int32_t kEscape = 1;         // "=" was seen
 constexpr std::int32_t kEscapeDigit = 2;    // "=" and one digit were seen
 constexpr std::int32_t kSoftBreakOpen = 3;  // a soft line break waits for its LF
 
-constexpr unsigned char kNoDigit = 0xFF;
-
-using DigitTable = std::array<unsigned char, 256>;
-
-constexpr DigitTable MakeDigitTable() {
-  DigitTable table{};
-  table.fill(kNoDigit);
-  for (unsigned char i = 0; i < 10; ++i) {
-    table['0' + i] = i;
-  }
-  for (unsigned char i = 10; i < 16; ++i) {
-    table['A' + i - 10] = i;
-    table['a' + i - 10] = i;
-  }
-  return table;
-}
-
-constexpr DigitTable kDigits = MakeDigitTable();
+// Characters that are decoded one by one behind a place where the kernels stopped.
+constexpr std::ptrdiff_t kStretch = 64;
 
 // The running decoder, with its state in locals.
 struct Decoder {
   std::int32_t state;
+  unsigned char previous;  // the last character, when the state is not kText
   std::uint64_t faults;
   LineEndStyle lineEnd;
   unsigned char* out;
@@ -50,8 +36,11 @@ struct Decoder {
   const unsigned char* DecodeEscapes(const unsigned char* in, const unsigned char* end);
   const unsigned char* DecodeText(const unsigned char* in, const unsigned char* end);
   void StepEscape(unsigned char c);
-  void StepEscapeDigit(unsigned char previous, unsigned char c);
+  void StepEscapeDigit(unsigned char c);
   void StepSoftBreakOpen(unsigned char c);
+  void StepOpen(unsigned char c);
+  const unsigned char* DecodeStretch(const unsigned char* in, const unsigned char* end,
+                                     std::ptrdiff_t least);
 };
 
 void Decoder::Write(unsigned char c) {
@@ -73,9 +62,9 @@ void Decoder::CopyText(const unsigned char* text, std::size_t length) {
 const unsigned char* Decoder::DecodeEscapes(const unsigned char* in, const unsigned char* end) {
   unsigned char* to = out;
   for (; end - in >= 3 && in[0] == '=' && to != outEnd; in += 3) {
-    const unsigned high = kDigits[in[1]];
-    const unsigned low = kDigits[in[2]];
-    if ((high | low) == kNoDigit) {
+    const unsigned high = kQpDigits[in[1]];
+    const unsigned low = kQpDigits[in[2]];
+    if ((high | low) == kQpNoDigit) {
       break;
     }
     *to++ = static_cast<unsigned char>(high * 16 + low);
@@ -107,7 +96,7 @@ const unsigned char* Decoder::DecodeText(const unsigned char* in, const unsigned
 }
 
 void Decoder::StepEscape(unsigned char c) {
-  if (kDigits[c] != kNoDigit) {
+  if (kQpDigits[c] != kQpNoDigit) {
     state = kEscapeDigit;
   } else if (lineEnd == LineEndStyle::kCrLf && (c == '\r' || c == '\n')) {
     state = kSoftBreakOpen;
@@ -119,10 +108,10 @@ void Decoder::StepEscape(unsigned char c) {
   }
 }
 
-void Decoder::StepEscapeDigit(unsigned char previous, unsigned char c) {
-  const unsigned high = kDigits[previous];
-  const unsigned low = kDigits[c];
-  if (high == kNoDigit || low == kNoDigit) {
+void Decoder::StepEscapeDigit(unsigned char c) {
+  const unsigned high = kQpDigits[previous];
+  const unsigned low = kQpDigits[c];
+  if (high == kQpNoDigit || low == kQpNoDigit) {
     Fault();
     return;
   }
@@ -142,10 +131,41 @@ void Decoder::StepSoftBreakOpen(unsigned char c) {
   }
 }
 
+// Inside an escape or a soft line break.
+void Decoder::StepOpen(unsigned char c) {
+  if (state == kEscape) {
+    StepEscape(c);
+  } else if (state == kEscapeDigit) {
+    StepEscapeDigit(c);
+  } else {
+    StepSoftBreakOpen(c);
+  }
+  previous = c;
+}
+
+// Decodes at least that many characters, and those behind them up to the end of what they begin.
+const unsigned char* Decoder::DecodeStretch(const unsigned char* in, const unsigned char* end,
+                                            std::ptrdiff_t least) {
+  const unsigned char* const enough = in + std::min(least, end - in);
+  while (in != end && (in < enough || state != kText)) {
+    if (state == kText) {
+      in = DecodeText(in, enough);
+    } else {
+      StepOpen(*in++);
+    }
+  }
+  return in;
+}
+
 }  // namespace
 
 std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd,
                           std::span<const unsigned char> input, std::span<unsigned char> output) {
+  return QpDecodeChunkAt(ActiveCpuLevel(), state, lineEnd, input, output);
+}
+
+std::size_t QpDecodeChunkAt(CpuLevel level, DecodeState& state, LineEndStyle lineEnd,
+                            std::span<const unsigned char> input, std::span<unsigned char> output) {
   QpDecodeState& own = state.quotedPrintable;
   if (input.empty()) {
     if (own.state == kEscape || own.state == kEscapeDigit) {
@@ -153,24 +173,18 @@ std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd,
     }
     return 0;
   }
-  Decoder decoder{own.state, 0, lineEnd, output.data(), output.data() + output.size()};
+  const QpKernels* const kernels = QpKernelsAt(level);
+  Decoder decoder{own.state, own.previous,  0,
+                  lineEnd,   output.data(), output.data() + output.size()};
   const unsigned char* in = input.data();
   const unsigned char* const end = in + input.size();
-  unsigned char previous = own.previous;
   while (in != end) {
-    if (decoder.state == kText) {
-      in = decoder.DecodeText(in, end);
-    } else {
-      const unsigned char c = *in++;
-      if (decoder.state == kEscape) {
-        decoder.StepEscape(c);
-      } else if (decoder.state == kEscapeDigit) {
-        decoder.StepEscapeDigit(previous, c);
-      } else {
-        decoder.StepSoftBreakOpen(c);
-      }
-      previous = c;
+    if (kernels != nullptr && decoder.state == kText) {
+      const QpPlace place = kernels->decode({in, decoder.out}, end, decoder.outEnd, lineEnd);
+      in = place.in;
+      decoder.out = place.out;
     }
+    in = decoder.DecodeStretch(in, end, kernels == nullptr ? end - in : kStretch);
   }
   own.state = decoder.state;
   own.previous = input.back();

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <span>
 
+#include "codec/cpu_level.h"
 #include "codec/decode_state.h"
 #include "codec/line_end_style.h"
 
@@ -25,6 +26,10 @@ namespace zevka {
 // Result: the bytes written. Faults are added to state.base64.invalidTotal.
 std::size_t QpDecodeChunk(DecodeState& state, LineEndStyle lineEnd,
                           std::span<const unsigned char> input, std::span<unsigned char> output);
+
+// The same by the instructions of one level, which the machine must have. To compare levels with.
+std::size_t QpDecodeChunkAt(CpuLevel level, DecodeState& state, LineEndStyle lineEnd,
+                            std::span<const unsigned char> input, std::span<unsigned char> output);
 
 }  // namespace zevka
 
