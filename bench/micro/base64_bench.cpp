@@ -12,7 +12,7 @@ constexpr std::int64_t kAttachment = 1 << 20;
 void Base64Decode(benchmark::State& state) {
   const std::string lines = Base64Lines(Size(state));
   std::string room(lines.size(), '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Base64DecodeState decoder;
     benchmark::DoNotOptimize(Base64DecodeChunk(decoder, Bytes(lines), Room(room)));
   }
@@ -27,7 +27,7 @@ void Base64DecodeOddLines(benchmark::State& state) {
     lines.erase(at, 1);
   }
   std::string room(lines.size(), '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Base64DecodeState decoder;
     benchmark::DoNotOptimize(Base64DecodeChunk(decoder, Bytes(lines), Room(room)));
   }
@@ -39,7 +39,7 @@ BENCHMARK(Base64DecodeOddLines)->Arg(kAttachment);
 void Base64DecodeFaults(benchmark::State& state) {
   const std::string faults(Size(state), '*');
   std::string room(faults.size(), '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Base64DecodeState decoder;
     benchmark::DoNotOptimize(Base64DecodeChunk(decoder, Bytes(faults), Room(room)));
   }
@@ -50,7 +50,7 @@ BENCHMARK(Base64DecodeFaults)->Arg(kAttachment);
 void Base64Encode(benchmark::State& state) {
   const std::string noise = Noise(Size(state));
   std::string room(noise.size() * 2, '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Base64EncodeState encoder;
     std::size_t made = Base64EncodeChunk(encoder, "\r\n", Bytes(noise), Room(room));
     made += Base64EncodeChunk(encoder, "\r\n", {}, Room(room).subspan(made));

@@ -12,7 +12,7 @@ void Base64Stream(benchmark::State& state) {
   InstallMemoryFiles();
   const std::string text = Utf8Text(Size(state));
   const RemoveUnlessKept name("/no-such-folder/footer");
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     OpenFile file(name.Name(), "w");
     Base64StreamState stream;
     stream.input = Bytes(text).data();

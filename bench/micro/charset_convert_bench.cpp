@@ -15,7 +15,7 @@ constexpr std::string_view kUtf8Text = "Grüße aus München und Köln.pdf";
 
 void ToWide(benchmark::State& state, const char* charset, std::string_view text) {
   std::vector<wchar_t> wide(kRoomWide);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(ConvertToWide(charset, text, wide.data(), wide.size()));
   }
   CountBytes(state, text.size());
@@ -25,7 +25,7 @@ BENCHMARK_CAPTURE(ToWide, utf8, "utf-8", kUtf8Text);
 
 void ToNarrow(benchmark::State& state, const char* charset, std::string_view text) {
   std::string narrow(kRoomWide, '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(ConvertToNarrow(charset, text, narrow.data(), narrow.size()));
   }
   CountBytes(state, text.size());

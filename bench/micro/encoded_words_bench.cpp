@@ -14,7 +14,7 @@ constexpr std::size_t kRoom = 1024;  // bytes
 void DecodeSubject(benchmark::State& state, std::string_view subject) {
   std::string room(kRoom, '\0');
   DecodeState decoder;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(DecodeHeaderText(decoder, subject, room, LineEndStyle::kCrLf));
   }
   CountBytes(state, subject.size());
@@ -25,7 +25,7 @@ BENCHMARK_CAPTURE(DecodeSubject, plain, kPlainSubject);
 void EncodeSubject(benchmark::State& state, std::string_view subject) {
   std::string room(kRoom, '\0');
   DecodeState decoder;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(EncodeHeaderText(decoder, subject, room, LineEndStyle::kCrLf));
   }
   CountBytes(state, subject.size());

@@ -14,7 +14,7 @@ constexpr std::size_t kAttachment = 100000;  // bytes
 
 void Footer(benchmark::State& state, const std::string& message, const char* footer) {
   MimePacker packer;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     PartObject* part = OpenBytes(packer, message);
     part->SetFooterText(footer);
     benchmark::DoNotOptimize(Finish(packer, part));

@@ -26,7 +26,7 @@ void IterateFields(benchmark::State& state) {
   std::string name(kRoom, '\0');
   std::string value(kRoom, '\0');
   std::size_t count = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     count = ReadFields(*message.operator->(), name, value);
   }
   CountItems(state, count);
@@ -39,7 +39,7 @@ void IterateFieldsWide(benchmark::State& state) {
   std::wstring name(kRoom, L'\0');
   std::wstring value(kRoom, L'\0');
   std::size_t count = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     count = 0;
     message->RewindHeaders();
     while (message->NextHeaderW(name.data(), value.data()) == 1) {
@@ -55,7 +55,7 @@ void ReplaceField(benchmark::State& state) {
   MimePacker packer;
   const OpenedMessage message(packer, ManyFields(Size(state)));
   const std::string last = "X-Field-" + std::to_string(Size(state) - 1);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(message->SetHeader(last.c_str(), "another value", 1));
   }
 }
@@ -64,7 +64,7 @@ BENCHMARK(ReplaceField)->Arg(1)->Arg(100)->Arg(10000);
 void ReplaceFieldForeign(benchmark::State& state) {
   MimePacker packer;
   const OpenedMessage message(packer, ManyFields(1));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(message->SetHeader("Subject", "Grüße aus München, отчёт", 1));
   }
 }
@@ -74,7 +74,7 @@ BENCHMARK(ReplaceFieldForeign);
 void AddFields(benchmark::State& state) {
   MimePacker packer;
   const std::string bytes = ManyFields(1);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const OpenedMessage message(packer, bytes);
     for (std::size_t i = 0; i < Size(state); ++i) {
       benchmark::DoNotOptimize(message->SetHeader("X-Added", "value", 0));
@@ -92,7 +92,7 @@ void ReadName(benchmark::State& state) {
   while (message->NextChild(&child) == 1) {
   }
   std::string name(kRoom, '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(child->GetName(name.data()));
   }
 }

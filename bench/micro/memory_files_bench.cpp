@@ -26,7 +26,7 @@ const test::TempDir& Folder() {
 void CreateAndRemove(benchmark::State& state) {
   const std::string name = Folder().Path("file");
   const std::string bytes(Size(state), 'a');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     OpenFile(name, "w").Write(bytes);
     FileRemove(name.c_str());
   }
@@ -37,7 +37,7 @@ BENCHMARK(CreateAndRemove)->Arg(0)->Arg(kSmall)->Arg(kLarge);
 void WriteByBlocks(benchmark::State& state) {
   const std::string name = Folder().Path("file");
   const std::string block(kBlock, 'a');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     OpenFile file(name, "w");
     for (std::size_t written = 0; written < Size(state); written += kBlock) {
       file.Write(block);
@@ -53,7 +53,7 @@ void ReadByBlocks(benchmark::State& state) {
   const RemoveUnlessKept name(Folder().Path("file"));
   OpenFile(name.Name(), "w").Write(std::string(Size(state), 'a'));
   std::string block(kBlock, '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     OpenFile file(name.Name(), "r");
     while (file.Read(block.data(), block.size()) == block.size()) {
     }
@@ -68,7 +68,7 @@ void SeekAndRead(benchmark::State& state) {
   OpenFile file(name.Name(), "r");
   std::int64_t at = 0;
   char byte = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     at = (at + 7919) % state.range(0);
     file.Seek(at);
     benchmark::DoNotOptimize(file.Read(&byte, 1));
@@ -80,7 +80,7 @@ void Rename(benchmark::State& state) {
   const std::string first = Folder().Path("first");
   const std::string second = Folder().Path("second");
   OpenFile(first, "w").Write(std::string(Size(state), 'a'));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     FileRename(first.c_str(), second.c_str());
     FileRename(second.c_str(), first.c_str());
   }
@@ -93,7 +93,7 @@ BENCHMARK(Rename)->Arg(kSmall)->Arg(kLarge);
 void Commit(benchmark::State& state) {
   const std::string name = Folder().Path("file");
   const std::string bytes(Size(state), 'a');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.PauseTiming();
     OpenFile(name, "w").Write(bytes);
     state.ResumeTiming();
@@ -118,7 +118,7 @@ void LookUpAmong(benchmark::State& state) {
   }
   std::size_t at = 0;
   struct stat status {};
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     at = (at + 7919) % names.size();
     benchmark::DoNotOptimize(FileStat(names[at].c_str(), &status));
   }
@@ -132,7 +132,7 @@ BENCHMARK(LookUpAmong)->RangeMultiplier(10)->Range(1, 100000);
 void LookUpMissing(benchmark::State& state) {
   const std::string name = Folder().Path("missing");
   struct stat status {};
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(FileStat(name.c_str(), &status));
   }
 }

@@ -16,7 +16,7 @@ constexpr std::int64_t kBody = 1 << 20;
 
 void DecodeText(benchmark::State& state, const std::string& text) {
   std::string room(text.size(), '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     DecodeState decoder;
     benchmark::DoNotOptimize(QpDecodeChunk(decoder, LineEndStyle::kCrLf, Bytes(text), Room(room)));
   }
@@ -52,7 +52,7 @@ void EncodeText(benchmark::State& state, const std::string& text) {
   LineEnd lineEnd;
   lineEnd.firstStyle = LineEndStyle::kCrLf;
   lineEnd.established = "\r\n";
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     OpenFile input(decoded.Name(), "r");
     OpenFile output(encoded.Name(), "w");
     benchmark::DoNotOptimize(EncodeQuotedPrintableBody(output, input, lineEnd));

@@ -21,7 +21,7 @@ std::size_t Widen(const std::string& text, std::vector<wchar_t>& wide) {
 
 void Utf8ToUtf32(benchmark::State& state, const std::string& text) {
   std::vector<wchar_t> wide(text.size());
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(Widen(text, wide));
   }
   CountBytes(state, text.size());
@@ -33,7 +33,7 @@ void Utf32ToUtf8(benchmark::State& state, const std::string& text) {
   std::vector<wchar_t> wide(text.size());
   const std::size_t length = Widen(text, wide);
   std::string narrow(text.size(), '\0');
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const wchar_t* source = wide.data();
     unsigned char* target = Room(narrow).data();
     benchmark::DoNotOptimize(ConvertUTF32ToUTF8(source, source + length, target,

@@ -23,7 +23,7 @@ void TouchLeaves(PartObject& part) {
 
 void Write(benchmark::State& state, const std::string& message) {
   MimePacker packer;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.PauseTiming();
     PartObject* part = OpenBytes(packer, message);
     state.ResumeTiming();
@@ -41,7 +41,7 @@ BENCHMARK_CAPTURE(Write, fields1000, ManyFields(1000));
 
 void Reencode(benchmark::State& state, const std::string& message) {
   MimePacker packer;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.PauseTiming();
     PartObject* part = OpenBytes(packer, message);
     TouchLeaves(*part);

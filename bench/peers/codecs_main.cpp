@@ -18,7 +18,7 @@ namespace zevka::bench {
 namespace {
 
 constexpr double kMega = 1000000.0;
-constexpr std::size_t kBase64Bytes = 330000 * 78;
+constexpr std::size_t kBase64Bytes = 25740000;
 constexpr std::size_t kNoiseBytes = 18750000;
 
 // 0 to 15, or -1.

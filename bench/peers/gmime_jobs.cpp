@@ -63,22 +63,29 @@ class GMime : public MailLibrary {
 
   static void Visit(GMimeObject* object, const Job& job, Counters& counters) {
     if (GMIME_IS_MULTIPART(object)) {
-      GMimeMultipart* multipart = GMIME_MULTIPART(object);
-      const int count = g_mime_multipart_get_count(multipart);
-      for (int i = 0; i < count; ++i) {
-        Visit(g_mime_multipart_get_part(multipart, i), job, counters);
-      }
+      VisitParts(GMIME_MULTIPART(object), job, counters);
     } else if (GMIME_IS_MESSAGE_PART(object)) {
-      GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object));
-      GMimeObject* root = inner == nullptr ? nullptr : g_mime_message_get_mime_part(inner);
-      if (root != nullptr) {
-        Visit(root, job, counters);
-      }
+      VisitInner(g_mime_message_part_get_message(GMIME_MESSAGE_PART(object)), job, counters);
     } else if (GMIME_IS_PART(object)) {
       ++counters.leaves;
       if (job.decode) {
         Decode(GMIME_PART(object), counters);
       }
+    }
+  }
+
+  static void VisitParts(GMimeMultipart* multipart, const Job& job, Counters& counters) {
+    const int count = g_mime_multipart_get_count(multipart);
+    for (int i = 0; i < count; ++i) {
+      Visit(g_mime_multipart_get_part(multipart, i), job, counters);
+    }
+  }
+
+  // An embedded message; null when there is none.
+  static void VisitInner(GMimeMessage* message, const Job& job, Counters& counters) {
+    GMimeObject* root = message == nullptr ? nullptr : g_mime_message_get_mime_part(message);
+    if (root != nullptr) {
+      Visit(root, job, counters);
     }
   }
 
