@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
 #include "codec/ascii.h"
+#include "codec/quoted_printable_kernels.h"
 #include "fileio/file_operations.h"
 
 namespace zevka {
@@ -35,37 +37,50 @@ constexpr Encoded Encode(unsigned char c) {
   return IsLiteral(c) ? Encoded{{static_cast<char>(c)}, 1} : Escape(c);
 }
 
-// What goes to the file together: a line, an encoded blank or "=", a terminator.
-class Line {
- public:
-  void Add(const char* text, std::size_t length) {
-    std::copy_n(text, length, bytes_.data() + used_);
-    used_ += length;
+// Bytes that are encoded at a time.
+constexpr std::size_t kPiece = 512;
+
+char* Append(char* out, const char* text, std::size_t length) {
+  return std::copy_n(text, length, out);
+}
+
+char* AppendTerminator(char* out, const QpLineState& state) {
+  return Append(out, state.terminator,
+                std::min<std::size_t>(state.terminatorLength, std::size(state.terminator)));
+}
+
+// Writes the line, its last blank encoded, and with a hard break its terminator; gives their end.
+char* EndLine(QpLineState& state, bool lineBreak, char* out) {
+  const char* const begin = out;
+  const bool endsBlank = state.length != 0 && IsBlank(state.line[state.length - 1]);
+  const std::size_t kept = state.length - (endsBlank ? 1U : 0U);
+  out = Append(out, state.line, kept);
+  if (endsBlank) {
+    // KEEP(qp-line-77): the escape is not measured, so a full line grows to 77 characters.
+    const Encoded blank = Escape(static_cast<unsigned char>(state.line[kept]));
+    out = Append(out, blank.characters.data(), blank.length);
   }
-
-  void AddTerminator(const QpLineState& state) {
-    Add(state.terminator,
-        std::min<std::size_t>(state.terminatorLength, std::size(state.terminator)));
+  if (out != begin) {
+    state.lineStarted = 1;
   }
-
-  // True also for an empty line, for which nothing is done.
-  bool Write(void* file) const {
-    return used_ == 0 || FileWrite(bytes_.data(), used_, 1, file) == 1;
+  if (lineBreak) {
+    out = AppendTerminator(out, state);
+    state.lineStarted = 0;
   }
+  state.length = 0;
+  return out;
+}
 
-  bool IsEmpty() const { return used_ == 0; }
-
- private:
-  std::size_t used_ = 0;
-  std::array<char, kLineRoom + 3 + sizeof(QpLineState::terminator)> bytes_;
-};
+// True also for an empty text, for which nothing is done.
+bool WriteText(void* file, const char* begin, const char* end) {
+  return begin == end || FileWrite(begin, static_cast<std::size_t>(end - begin), 1, file) == 1;
+}
 
 bool WriteSoftBreak(void* file, QpLineState& state) {
-  Line line;
-  line.Add(state.line, state.length);
-  line.Add("=", 1);
-  line.AddTerminator(state);
-  if (!line.Write(file)) {
+  std::array<char, kQpLineEndRoom> line;
+  char* const equals = Append(line.data(), state.line, state.length);
+  *equals = '=';
+  if (!WriteText(file, line.data(), AppendTerminator(equals + 1, state))) {
     return false;
   }
   state.length = 0;
@@ -73,26 +88,54 @@ bool WriteSoftBreak(void* file, QpLineState& state) {
   return true;
 }
 
-// Writes the line, its last blank encoded, and with a hard break its terminator.
 bool WriteLine(void* file, QpLineState& state, bool lineBreak) {
-  Line line;
-  const bool endsBlank = state.length != 0 && IsBlank(state.line[state.length - 1]);
-  const std::size_t kept = state.length - (endsBlank ? 1U : 0U);
-  line.Add(state.line, kept);
-  if (endsBlank) {
-    // KEEP(qp-line-77): the escape is not measured, so a full line grows to 77 characters.
-    const Encoded blank = Escape(static_cast<unsigned char>(state.line[kept]));
-    line.Add(blank.characters.data(), blank.length);
-  }
-  if (!line.IsEmpty()) {
-    state.lineStarted = 1;
-  }
-  if (lineBreak) {
-    line.AddTerminator(state);
+  std::array<char, kQpLineEndRoom> line;
+  return WriteText(file, line.data(), EndLine(state, lineBreak, line.data()));
+}
+
+// Encoded text is cut into lines that are broken softly, as long as more than a line is left; gives
+// what is left.
+struct CutText {
+  const char* rest;
+  char* out;
+};
+
+CutText CutLines(QpLineState& state, const char* text, const char* end, char* out) {
+  constexpr std::ptrdiff_t kLongest = kLineRoom - 1;
+  while (end - text > kLongest) {
+    std::ptrdiff_t length = kLongest;
+    // An escape is not split.
+    if (text[length - 1] == '=') {
+      length -= 1;
+    } else if (text[length - 2] == '=') {
+      length -= 2;
+    }
+    // What is copied too much is overwritten.
+    std::memcpy(out, text, kLongest);
+    out[length] = '=';
+    out = AppendTerminator(out + length + 1, state);
+    text += length;
     state.lineStarted = 0;
   }
-  state.length = 0;
-  return line.Write(file);
+  return {text, out};
+}
+
+// Encodes a piece into whole lines, and what is left into the line of the state.
+char* EncodePiece(const QpKernels* kernels, QpLineState& state,
+                  std::span<const unsigned char> piece, char* out) {
+  std::array<char, kLineRoom + 3 * kPiece + kQpEncodeSlack + kLineRoom> text;
+  std::memcpy(text.data(), state.line, sizeof(state.line));
+  char* const begin = text.data() + state.length;
+  auto* const encoded = reinterpret_cast<unsigned char*>(begin);
+  const std::size_t length = kernels == nullptr
+                                 ? QpEncodePlain(piece.data(), piece.size(), encoded)
+                                 : kernels->encode(piece.data(), piece.size(), encoded);
+  const char* const end = begin + length;
+  const CutText cut = CutLines(state, text.data(), end, out);
+  state.length = static_cast<std::uint32_t>(end - cut.rest);
+  // All of it is in `text`, which ends more than a line behind its last character.
+  std::memcpy(state.line, cut.rest, sizeof(state.line));
+  return cut.out;
 }
 
 }  // namespace
@@ -108,6 +151,27 @@ int QpEncodeByte(void* file, unsigned char byte, QpLineState& state, bool lineBr
   std::copy_n(encoded.characters.data(), encoded.length, state.line + state.length);
   state.length += static_cast<std::uint32_t>(encoded.length);
   return 0;
+}
+
+std::size_t QpEncodeText(std::span<const unsigned char> text, QpLineState& state,
+                         std::span<char> output) {
+  return QpEncodeTextAt(ActiveCpuLevel(), text, state, output);
+}
+
+std::size_t QpEncodeTextAt(CpuLevel level, std::span<const unsigned char> text, QpLineState& state,
+                           std::span<char> output) {
+  const QpKernels* const kernels = QpKernelsAt(level);
+  char* out = output.data();
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.size(), kPiece);
+    out = EncodePiece(kernels, state, text.first(length), out);
+    text = text.subspan(length);
+  }
+  return static_cast<std::size_t>(out - output.data());
+}
+
+std::size_t QpEndLine(QpLineState& state, bool lineBreak, std::span<char> output) {
+  return static_cast<std::size_t>(EndLine(state, lineBreak, output.data()) - output.data());
 }
 
 }  // namespace zevka

@@ -159,6 +159,69 @@ TEST_F(BodyEncoder, BeginsWhereTheDecodedFileStands) {
   }
 }
 
+// Keeps the sizes of the writes as long as it lives.
+class WriteSizes {
+ public:
+  WriteSizes() : wrapped_(CurrentFileOperations()) {
+    Real() = wrapped_;
+    Sizes().clear();
+    CurrentFileOperations().write = &Write;
+  }
+  ~WriteSizes() { CurrentFileOperations() = wrapped_; }
+  WriteSizes(const WriteSizes&) = delete;
+  WriteSizes& operator=(const WriteSizes&) = delete;
+
+  static std::vector<std::size_t>& Sizes() {
+    static std::vector<std::size_t> sizes;
+    return sizes;
+  }
+
+ private:
+  static FileOperationTable& Real() {
+    static FileOperationTable real;
+    return real;
+  }
+  static std::size_t Write(const void* bytes, std::size_t size, std::size_t count, void* handle) {
+    Sizes().push_back(size * count);
+    return Real().write(bytes, size, count, handle);
+  }
+
+  FileOperationTable wrapped_;
+};
+
+// A memory file grows by the size of its writes too, and what it takes counts against the budget.
+TEST_F(BodyEncoder, WritesQuotedPrintableInPiecesOfABlockAtMost) {
+  const std::vector<std::string> bodies = {Repeat("a", 20000), Repeat("\xFF", 20000),
+                                           Repeat("a\r\n", 7000), Repeat("\r", 9000),
+                                           Repeat(Repeat("b", 60) + "\r\n", 300)};
+  for (const std::string& body : bodies) {
+    const WriteSizes writes;
+    const std::string text = Qp(body);
+    std::vector<std::size_t>& sizes = WriteSizes::Sizes();
+    sizes.erase(sizes.begin());  // of the decoded body
+    std::size_t total = 0;
+    for (const std::size_t size : sizes) {
+      EXPECT_LE(size, 4096U);
+      total += size;
+    }
+    EXPECT_EQ(total, text.size());
+    // Not by lines: a write costs more than the bytes of a line.
+    EXPECT_LT(sizes.size(), text.size() / 2000 + 3);
+  }
+}
+
+TEST_F(BodyEncoder, WritesBase64AsMuchAsABlockGives) {
+  const WriteSizes writes;
+  Base64(Repeat("a", 8192));
+  // 4096 bytes are 1365 groups, one byte over, and 75 line ends; with that byte and 4096 more
+  // 1365 groups and 76 line ends; then the last group, and the line end of the part.
+  const std::vector<std::size_t> expected = {5460 + 150, 5460 + 152, 4, 2};
+  std::vector<std::size_t> sizes = WriteSizes::Sizes();
+  ASSERT_GE(sizes.size(), expected.size());
+  sizes.erase(sizes.begin(), sizes.end() - static_cast<std::ptrdiff_t>(expected.size()));
+  EXPECT_EQ(sizes, expected);
+}
+
 TEST_F(BodyEncoder, FailsAtTheFirstWriteThatFails) {
   const std::string body = Repeat("a", 9000) + "\r\n";
   FaultTable faults;
