@@ -108,6 +108,7 @@ ZEVKA_AVX2 std::size_t Encode(const unsigned char* text, std::size_t length, uns
   constexpr std::size_t kLanes = 32;
   unsigned char* to = out;
   for (; length >= kLanes; length -= kLanes, text += kLanes) {
+    PrefetchInput(text);
     const __m256i row = Load(text);
     const __m256i printable = UpTo(_mm256_sub_epi8(row, _mm256_set1_epi8(' ')), '~' - ' ');
     const __m256i literal = _mm256_or_si256(

@@ -23,8 +23,16 @@ constexpr Row MakeDigits(std::size_t first) {
 
 alignas(64) constexpr Row kLowDigits = MakeDigits(0);
 alignas(64) constexpr Row kHighDigits = MakeDigits(64);
-alignas(16) constexpr std::array<char, 16> kHexDigits{'0', '1', '2', '3', '4', '5', '6', '7',
-                                                      '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'};
+// The digits once in each quarter.
+constexpr Row MakeHexDigits() {
+  Row row{};
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    row[i] = static_cast<unsigned char>("0123456789ABCDEF"[i % 16]);
+  }
+  return row;
+}
+
+alignas(64) constexpr Row kHexDigits = MakeHexDigits();
 
 // 64 characters, and from each of them the one behind it and the second behind it.
 struct Text {
@@ -111,18 +119,14 @@ ZEVKA_AVX512 QpPlace Decode(QpPlace place, const unsigned char* end, const unsig
 ZEVKA_AVX512 inline std::size_t EncodeQuarter(__m128i bytes, std::uint32_t escapes,
                                               std::uint64_t present, unsigned char* out) {
   // Four lanes for each byte: itself or "=", its two digits, and one that is never kept.
-  const __m128i first =
-      _mm_mask_mov_epi8(bytes, static_cast<__mmask16>(escapes), _mm_set1_epi8('='));
   const __m512i wide = _mm512_cvtepu8_epi32(bytes);
   const __m512i halves =
       _mm512_or_si512(_mm512_and_si512(_mm512_slli_epi32(wide, 4), _mm512_set1_epi32(0x00000F00)),
                       _mm512_and_si512(_mm512_slli_epi32(wide, 16), _mm512_set1_epi32(0x000F0000)));
-  const __m512i digits = _mm512_shuffle_epi8(
-      _mm512_broadcast_i32x4(
-          _mm_load_si128(static_cast<const __m128i*>(static_cast<const void*>(kHexDigits.data())))),
-      halves);
+  const __m512i first =
+      _mm512_mask_mov_epi32(wide, static_cast<__mmask16>(escapes), _mm512_set1_epi32('='));
   const __m512i characters =
-      _mm512_mask_mov_epi8(_mm512_cvtepu8_epi32(first), 0x6666666666666666U, digits);
+      _mm512_mask_shuffle_epi8(first, 0x6666666666666666U, LoadRow(kHexDigits.data()), halves);
   const std::uint64_t spread = _pdep_u64(escapes, 0x1111111111111111U);
   const std::uint64_t kept = (0x1111111111111111U | (spread << 1) | (spread << 2)) & present;
   _mm512_storeu_si512(out, _mm512_maskz_compress_epi8(kept, characters));
@@ -132,6 +136,7 @@ ZEVKA_AVX512 inline std::size_t EncodeQuarter(__m128i bytes, std::uint32_t escap
 ZEVKA_AVX512 std::size_t Encode(const unsigned char* text, std::size_t length, unsigned char* out) {
   unsigned char* to = out;
   for (std::size_t at = 0; at < length; at += 64) {
+    PrefetchInput(text + at);
     const std::size_t count = std::min<std::size_t>(length - at, 64);
     const __m512i row = _mm512_maskz_loadu_epi8(FirstLanes(count), text + at);
     const std::uint64_t printable = _mm512_cmple_epu8_mask(

@@ -103,13 +103,9 @@ struct CutText {
 CutText CutLines(QpLineState& state, const char* text, const char* end, char* out) {
   constexpr std::ptrdiff_t kLongest = kLineRoom - 1;
   while (end - text > kLongest) {
-    std::ptrdiff_t length = kLongest;
-    // An escape is not split.
-    if (text[length - 1] == '=') {
-      length -= 1;
-    } else if (text[length - 2] == '=') {
-      length -= 2;
-    }
+    // An escape is not split. (Branches here would be guessed wrong every third time.)
+    const std::ptrdiff_t length =
+        kLongest - (text[kLongest - 1] == '=' ? 1 : 0) - (text[kLongest - 2] == '=' ? 2 : 0);
     // What is copied too much is overwritten.
     std::memcpy(out, text, kLongest);
     out[length] = '=';

@@ -108,6 +108,7 @@ ZEVKA_SSE std::size_t Encode(const unsigned char* text, std::size_t length, unsi
   constexpr std::size_t kLanes = 16;
   unsigned char* to = out;
   for (; length >= kLanes; length -= kLanes, text += kLanes) {
+    PrefetchInput(text);
     const __m128i row = Load(text);
     const __m128i printable = UpTo(_mm_sub_epi8(row, _mm_set1_epi8(' ')), '~' - ' ');
     const __m128i literal =
