@@ -1,22 +1,33 @@
 #include "fileio/file_contents.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <new>
 #include <utility>
+
+#include "fileio/large_memory.h"
 
 namespace zevka {
 namespace {
 
 constexpr std::uint64_t kSmallRoom = 256;            // bytes; of the first block of a file
-constexpr std::uint64_t kTogether = 16384;           // bytes; up to here in front of no allocation
+constexpr std::uint64_t kSmallMessage = 16384;       // bytes; up to here copying a file is cheap
 constexpr std::uint64_t kLargestTailRoom = 1 << 20;  // bytes
+constexpr std::uint64_t kSmallestCapacity = 4096;    // bytes; of a file with contents
 // Bytes; a smaller piece among others is copied, as keeping track of it costs as much.
 constexpr std::uint64_t kWorthSharing = 2048;
 constexpr std::uint64_t kCompactAbove = 1 << 20;  // bytes held beyond the contents
 
-BlockUse MakeBlock(std::uint64_t room) {
-  return room <= kTogether ? BlockUse::Make(room) : BlockUse::MakeReleasable(room);
+// A message that was opened from memory is taken away as a malloc block in the end.
+BlockUse MakeBlock(std::uint64_t room, bool mayBeTaken) {
+  return room <= kSmallMessage || !mayBeTaken ? BlockUse::Make(room)
+                                              : BlockUse::MakeReleasable(room);
+}
+
+// For a block that a host sees: apart from its record, so that it can stay when the file goes.
+BlockUse MakeShown(std::uint64_t room) {
+  return room >= kLargeMemory ? BlockUse::Make(room) : BlockUse::MakeReleasable(room);
 }
 
 }  // namespace
@@ -104,17 +115,16 @@ bool FileContents::AddPiece(Piece piece) {
 }
 
 std::uint64_t FileContents::FirstRoom(std::uint64_t need, std::uint64_t capacity) const {
-  const std::uint64_t wanted = std::max(2 * need, kSmallRoom);
-  // One byte more: who takes the contents away gets a zero behind them.
-  const std::uint64_t room = expectedSize_ >= need ? expectedSize_ + 1 : wanted;
-  return std::max(std::min(room, capacity), need);
+  // What is expected gets all the capacity that it will count for, as a host may ask for it.
+  return expectedSize_ >= need ? std::bit_ceil(std::max(expectedSize_ + 1, kSmallestCapacity))
+                               : std::max(std::min(std::max(2 * need, kSmallRoom), capacity), need);
 }
 
 // Appends to the block that the file has to itself, or begins a further one.
 bool FileContents::AppendNew(std::string_view bytes, std::uint64_t capacity) {
   const std::uint64_t need = size_ + bytes.size();
   const bool grows = IsOwnFlat() && size_ == first_.length;
-  if (grows && first_.block.IsReleasable()) {
+  if (grows && first_.block.CanGrow()) {
     if (!first_.block.Grow(FirstRoom(need, capacity))) {
       return false;
     }
@@ -125,7 +135,7 @@ bool FileContents::AppendNew(std::string_view bytes, std::uint64_t capacity) {
   } else {
     const std::uint64_t doubled = Last().block.IsOnly() ? 2 * Last().block.Room() : 0;
     const std::uint64_t room = std::clamp(doubled, kSmallRoom, kLargestTailRoom);
-    Piece piece{MakeBlock(std::max<std::uint64_t>(room, bytes.size())), 0, 0};
+    Piece piece{MakeBlock(std::max<std::uint64_t>(room, bytes.size()), false), 0, 0};
     if (!piece.block || !AddPiece(std::move(piece))) {
       return false;
     }
@@ -225,16 +235,18 @@ bool FileContents::AppendFrom(FileContents& from, std::uint64_t at, std::uint64_
   return AddPiece({source.block, begin, count});
 }
 
-void FileContents::Expect(FileContents& from, std::uint64_t at) {
-  from.UseFlat();
-  if (size_ != 0 || at >= from.size_) {
-    return;
+HeldBytes FileContents::Hold() {
+  UseFlat();
+  if (!first_.block || first_.block.IsExposed()) {
+    return {};
   }
-  const Place place = from.Find(at);
-  const Piece& source = from.PieceAt(place.piece);
-  if (!source.block.IsExposed()) {
-    source.block.Settle();
-    first_ = {source.block, source.begin + place.offset, 0};
+  first_.block.Settle();
+  return {first_.block, first_.begin};
+}
+
+void FileContents::Expect(const HeldBytes& bytes) {
+  if (size_ == 0 && bytes.block) {
+    first_ = {bytes.block, bytes.begin, 0};
   }
 }
 
@@ -248,7 +260,7 @@ void FileContents::CopyTo(char* buffer) const {
 
 // Brings everything to one block of its own. Only where nobody reads.
 bool FileContents::Flatten(std::uint64_t room) {
-  BlockUse flat = MakeBlock(room);
+  BlockUse flat = MakeBlock(room, expectedSize_ == 0);
   if (!flat || flat.Claim(0, size_) == nullptr) {
     return false;
   }
@@ -264,30 +276,29 @@ char* FileContents::Expose(std::uint64_t capacity, bool idle) {
   if (idle) {
     UseFlat();
   }
-  if (flat_.load(std::memory_order_relaxed) == nullptr &&
-      !(IsOwnFlat() && first_.block.IsReleasable() && first_.block.Room() >= room)) {
-    if (idle && IsOwnFlat() && first_.block.IsReleasable()) {
-      if (!first_.block.Grow(room)) {
-        return nullptr;
-      }
-    } else {
-      BlockUse made = BlockUse::MakeReleasable(room);
-      if (!made || made.Claim(0, size_) == nullptr) {
-        return nullptr;
-      }
-      CopyTo(made.Bytes());
-      flatBlock_ = std::move(made);
-      flat_.store(flatBlock_.Bytes(), std::memory_order_release);
-      if (idle) {
-        UseFlat();
-      }
+  if (flat_.load(std::memory_order_relaxed) == nullptr && !CanExpose(room, idle)) {
+    BlockUse made = MakeShown(room);
+    if (!made || made.Claim(0, size_) == nullptr) {
+      return nullptr;
+    }
+    CopyTo(made.Bytes());
+    flatBlock_ = std::move(made);
+    flat_.store(flatBlock_.Bytes(), std::memory_order_release);
+    if (idle) {
+      UseFlat();
     }
   }
-  const BlockUse& block =
-      flat_.load(std::memory_order_relaxed) == nullptr ? first_.block : flatBlock_;
+  const bool apart = flat_.load(std::memory_order_relaxed) != nullptr;
+  const BlockUse& block = apart ? flatBlock_ : first_.block;
   block.MarkExposed();
-  std::memset(block.Bytes() + size_, 0, room - size_);
+  block.ZeroBehind(size_, room);
   return block.Bytes();
+}
+
+// Whether the only block there is may be shown to a host as it is.
+bool FileContents::CanExpose(std::uint64_t room, bool idle) const {
+  return IsOwnFlat() && first_.length == size_ && first_.block.CanGrow() &&
+         (first_.block.Room() >= room || (idle && first_.block.Grow(room)));
 }
 
 MallocBuffer FileContents::Release() {
@@ -326,6 +337,8 @@ void FileContents::Abandon() {
   UseFlat();
   if (IsOwnFlat() && first_.block.IsReleasable()) {
     static_cast<void>(first_.block.Release().Release());
+  } else if (first_.block && first_.block.IsExposed()) {
+    static_cast<void>(new (std::nothrow) BlockUse(first_.block));
   }
   Clear();
 }

@@ -21,6 +21,12 @@
 
 namespace zevka {
 
+// What stands at a place of a block, held so that it stays.
+struct HeldBytes {
+  BlockUse block;
+  std::uint64_t begin = 0;
+};
+
 class FileContents {
  public:
   FileContents() = default;
@@ -48,9 +54,11 @@ class FileContents {
 
   // Tells that an empty file will be about that large.
   void ExpectSize(std::uint64_t bytes) { expectedSize_ = bytes; }
-  // Tells that an empty file will hold much of what `from` holds at `at`: what is appended is
-  // compared and, as long as it is the same, taken from there.
-  void Expect(FileContents& from, std::uint64_t at);
+  // A hold on the first piece, unless a host may write there.
+  HeldBytes Hold();
+  // Tells that an empty file will hold much of what is held: what is appended is compared and, as
+  // long as it is the same, taken from there.
+  void Expect(const HeldBytes& bytes);
 
   // All bytes in one block of their own with zeros behind them up to `capacity`; a host may write
   // there. Null without memory.
@@ -111,6 +119,7 @@ class FileContents {
   std::uint64_t FirstRoom(std::uint64_t need, std::uint64_t capacity) const;
   void CopyTo(char* buffer) const;
   bool Flatten(std::uint64_t room);
+  bool CanExpose(std::uint64_t room, bool idle) const;
 
   std::uint64_t size_ = 0;
   std::uint64_t expectedSize_ = 0;

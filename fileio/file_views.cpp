@@ -41,6 +41,11 @@ std::string_view FileWholeView(void* handle) {
   return run.size() == file->contents.Size() ? run : std::string_view();
 }
 
+std::uint64_t FileMemorySize(void* handle) {
+  const FileHandle* const file = MemoryFileOf(handle);
+  return file == nullptr ? 0 : file->contents.Size();
+}
+
 bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view bytes) {
   FileHandle* const file = MemoryFileOf(handle);
   FileHandle* const source = MemoryFileOf(from);
@@ -60,11 +65,15 @@ void FileExpectSize(void* handle, std::uint64_t bytes) {
   }
 }
 
-void FileExpectBytesOf(void* handle, void* from, std::uint64_t at) {
+HeldBytes FileHold(void* handle) {
   FileHandle* const file = MemoryFileOf(handle);
-  FileHandle* const source = MemoryFileOf(from);
-  if (file != nullptr && source != nullptr && file != source) {
-    file->contents.Expect(source->contents, at);
+  return file == nullptr ? HeldBytes() : file->contents.Hold();
+}
+
+void FileExpectBytes(void* handle, const HeldBytes& bytes) {
+  FileHandle* const file = MemoryFileOf(handle);
+  if (file != nullptr) {
+    file->contents.Expect(bytes);
   }
 }
 

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "fileio/file_contents.h"
+
 namespace zevka {
 
 // Reads up to that many bytes, in items of one. The view is into the file, or into `spare`, which
@@ -21,6 +23,9 @@ std::string_view FileReadView(void* handle, std::size_t bytes, std::string& spar
 // view (its data is null).
 std::string_view FileWholeView(void* handle);
 
+// The size of a memory file; 0 for a disk file.
+std::uint64_t FileMemorySize(void* handle);
+
 // Writes `bytes`, which `from` holds at `at`, as one item. True when all of it was written; bytes
 // must not be empty.
 bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view bytes);
@@ -28,11 +33,14 @@ bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view 
 // Writes what the last FileReadView of `from` gave, in the same way.
 bool FileWriteTaken(void* handle, void* from, std::string_view taken);
 
+// A hold on what an open memory file holds from the start on; on nothing for a disk file.
+HeldBytes FileHold(void* handle);
+
 // Hints that change no result. The file was opened for writing and is empty.
 // It will hold about that many bytes:
 void FileExpectSize(void* handle, std::uint64_t bytes);
-// It will hold much of what `from` holds at `at`:
-void FileExpectBytesOf(void* handle, void* from, std::uint64_t at);
+// It will hold much of that:
+void FileExpectBytes(void* handle, const HeldBytes& bytes);
 
 }  // namespace zevka
 

@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "fileio/large_memory.h"
 #include "fileio/memory_budget.h"
 
 namespace zevka {
@@ -146,6 +147,7 @@ int EndMemoryLayer() {
   }
   // Without the mutex: each release takes it.
   RegistryDestroy(ended);
+  DropKeptLargeMemory();
   begun = false;
   return layerMutex.Destroy();
 }

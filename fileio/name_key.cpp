@@ -50,6 +50,26 @@ void MixBlock(const Block& words, std::uint32_t& high, std::uint32_t& low) {
   } while (sum != kLastSum);
 }
 
+// The names of one message come again and again, so each thread remembers the keys of some names.
+constexpr std::size_t kKnownKeys = 16;
+constexpr std::size_t kLongestKnown = 112;  // characters
+constexpr std::size_t kTailBytes = 8;       // of a name, by which its place is chosen
+
+struct KnownKey {
+  std::size_t length = 0;
+  NameKey key;
+  std::array<char, kLongestKnown> name{};
+};
+
+constinit thread_local std::array<KnownKey, kKnownKeys> knownKeys{};
+
+std::size_t PlaceOf(const char* name, std::size_t length) {
+  std::uint64_t tail = 0;
+  std::memcpy(&tail, name + length - kTailBytes, kTailBytes);
+  constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
+  return (tail * kSpread) >> 60;
+}
+
 }  // namespace
 
 NameKey ComputeNameKey(const char* bytes, std::int32_t length) {
@@ -64,7 +84,17 @@ NameKey ComputeNameKey(const char* bytes, std::int32_t length) {
 
 NameKey KeyOfName(const char* name) {
   constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();
-  return ComputeNameKey(name, static_cast<std::int32_t>(std::min(std::strlen(name), kLongest)));
+  const std::size_t length = std::strlen(name);
+  if (length < kTailBytes || length > kLongestKnown) {
+    return ComputeNameKey(name, static_cast<std::int32_t>(std::min(length, kLongest)));
+  }
+  KnownKey& known = knownKeys[PlaceOf(name, length)];
+  if (known.length != length || std::memcmp(known.name.data(), name, length) != 0) {
+    known.key = ComputeNameKey(name, static_cast<std::int32_t>(length));
+    known.length = length;
+    std::memcpy(known.name.data(), name, length);
+  }
+  return known.key;
 }
 
 }  // namespace zevka

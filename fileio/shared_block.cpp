@@ -6,30 +6,48 @@
 #include <cstring>
 #include <new>
 
+#include "fileio/large_memory.h"
+
 namespace zevka {
 
-// In front of the bytes, or apart from them where these are to be released.
-struct SharedBlock {
-  SharedBlock(char* begin, std::uint64_t size, bool apart)
-      : bytes(begin), room(size), releasable(apart) {}
+// Where the bytes of a block are.
+enum class BlockKind {
+  kTogether,  // behind the record, in one allocation
+  kMalloc,    // in a malloc block
+  kLarge,     // in a region of large memory
+};
 
+struct SharedBlock {
+  SharedBlock(BlockKind itsKind, char* begin, std::uint64_t size, std::uint64_t dirtyEnd)
+      : kind(itsKind), bytes(begin), room(size), dirty(dirtyEnd) {}
+
+  BlockKind kind;
   std::atomic<std::uint32_t> uses{1};
   std::atomic<bool> exposed{false};
   std::atomic<std::uint64_t> used{0};
   std::atomic<std::uint64_t> settled{0};  // no one writes below it any more; 0 until shared
   char* bytes;
   std::uint64_t room;
-  bool releasable;
+  std::uint64_t dirty;  // bytes behind this and behind the used end are zero
 };
 
 namespace {
 
 void End(SharedBlock* block) {
-  if (block->releasable) {
+  if (block->kind == BlockKind::kMalloc) {
     std::free(block->bytes);
+  } else if (block->kind == BlockKind::kLarge) {
+    GiveLargeMemory({block->bytes, block->room,
+                     std::max(block->dirty, block->used.load(std::memory_order_relaxed))});
   }
   block->~SharedBlock();
   std::free(block);
+}
+
+// Null without memory.
+SharedBlock* MakeRecord(BlockKind kind, char* bytes, std::uint64_t room, std::uint64_t dirty) {
+  void* const memory = std::malloc(sizeof(SharedBlock));
+  return memory == nullptr ? nullptr : new (memory) SharedBlock(kind, bytes, room, dirty);
 }
 
 // The first place at or behind `at` where both texts differ, or the shorter one's end.
@@ -48,35 +66,41 @@ std::size_t Mismatch(const char* left, std::string_view right) {
 }  // namespace
 
 BlockUse BlockUse::Make(std::uint64_t room) {
+  if (room >= kLargeMemory) {
+    const LargeMemory memory = TakeLargeMemory(room);
+    BlockUse made =
+        memory.bytes == nullptr
+            ? BlockUse()
+            : BlockUse(MakeRecord(BlockKind::kLarge, memory.bytes, memory.room, memory.dirty));
+    if (!made) {
+      GiveLargeMemory(memory);
+    }
+    return made;
+  }
   void* const memory = std::malloc(sizeof(SharedBlock) + room);
   if (memory == nullptr) {
     return {};
   }
   char* const bytes = static_cast<char*>(memory) + sizeof(SharedBlock);
-  return BlockUse(new (memory) SharedBlock(bytes, room, false));
+  return BlockUse(new (memory) SharedBlock(BlockKind::kTogether, bytes, room, room));
 }
 
 BlockUse BlockUse::MakeReleasable(std::uint64_t room) {
   MallocBuffer bytes(static_cast<char*>(std::malloc(room == 0 ? 1 : room)));
-  if (!bytes) {
-    return {};
-  }
-  BlockUse made = Adopt(bytes.Data(), room);
+  BlockUse made =
+      bytes ? BlockUse(MakeRecord(BlockKind::kMalloc, bytes.Data(), room, room)) : BlockUse();
   if (made) {
     static_cast<void>(bytes.Release());
-    made.block_->used.store(0, std::memory_order_relaxed);
   }
   return made;
 }
 
 BlockUse BlockUse::Adopt(char* bytes, std::uint64_t size) {
-  void* const memory = std::malloc(sizeof(SharedBlock));
-  if (memory == nullptr) {
-    return {};
+  BlockUse made(MakeRecord(BlockKind::kMalloc, bytes, size, size));
+  if (made) {
+    made.block_->used.store(size, std::memory_order_relaxed);
   }
-  auto* const block = new (memory) SharedBlock(bytes, size, true);
-  block->used.store(size, std::memory_order_relaxed);
-  return BlockUse(block);
+  return made;
 }
 
 BlockUse::BlockUse(const BlockUse& other) noexcept : block_(other.block_) {
@@ -120,7 +144,7 @@ bool BlockUse::IsOnly() const {
 }
 
 bool BlockUse::IsReleasable() const {
-  return block_->releasable;
+  return block_->kind == BlockKind::kMalloc;
 }
 
 void BlockUse::Settle() const {
@@ -161,13 +185,35 @@ bool BlockUse::IsExposed() const {
   return block_->exposed.load(std::memory_order_relaxed);
 }
 
+void BlockUse::ZeroBehind(std::uint64_t end, std::uint64_t room) const {
+  const std::uint64_t dirty = std::min(std::max(block_->dirty, end), room);
+  std::memset(block_->bytes + end, 0, dirty - end);
+  if (dirty == block_->dirty) {
+    block_->dirty = end;
+  }
+}
+
+bool BlockUse::CanGrow() const {
+  return block_->kind != BlockKind::kTogether;
+}
+
 bool BlockUse::Grow(std::uint64_t room) const {
+  if (block_->kind == BlockKind::kLarge) {
+    LargeMemory memory = {block_->bytes, block_->room, block_->dirty};
+    if (!GrowLargeMemory(memory, room)) {
+      return false;
+    }
+    block_->bytes = memory.bytes;
+    block_->room = memory.room;
+    return true;
+  }
   char* const bytes = static_cast<char*>(std::realloc(block_->bytes, room));
   if (bytes == nullptr) {
     return false;
   }
   block_->bytes = bytes;
   block_->room = room;
+  block_->dirty = room;
   return true;
 }
 

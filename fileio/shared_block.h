@@ -24,7 +24,7 @@ class BlockUse {
  public:
   // A block with that many bytes of room, none of them used. Empty without memory for it.
   static BlockUse Make(std::uint64_t room);
-  // The same; its bytes are an allocation of their own, which Release can give away.
+  // The same; its bytes are a malloc block of their own, which Release can give away.
   static BlockUse MakeReleasable(std::uint64_t room);
   // A block around a malloc block, which is all used. Empty without memory for it: the bytes stay
   // the caller's then.
@@ -62,7 +62,12 @@ class BlockUse {
   void MarkExposed() const;
   bool IsExposed() const;
 
-  // The only use: gives a releasable block more room. Its bytes move. False without memory.
+  // Sets the bytes from `end`, the used end, up to `room` to zero.
+  void ZeroBehind(std::uint64_t end, std::uint64_t room) const;
+
+  // Whether Grow is there for this block: its bytes are not allocated with it.
+  bool CanGrow() const;
+  // The only use: gives the block more room. Its bytes move. False without memory.
   bool Grow(std::uint64_t room) const;
   // The only use of a releasable block: hands its bytes over and is empty afterwards.
   MallocBuffer Release();

@@ -130,12 +130,14 @@ void CheckFolding(std::string_view name, std::string_view text, std::string_view
 
 void CheckRefolding(std::string_view steps, bool increasing, std::string_view text,
                     std::string_view lineEnd) {
-  std::vector<SegmentNode> segments;
+  SegmentList segments;
+  SegmentNode last = 0;
   std::vector<std::size_t> same;
   for (const char step : steps) {
     const auto by = static_cast<unsigned char>(step);
-    segments.push_back(by + (increasing && !segments.empty() ? segments.back() : 0U));
-    same.push_back(segments.back());
+    last = by + (increasing ? last : 0U);
+    segments.push_back(last);
+    same.push_back(last);
   }
   const ExactText value(text);
   Law(RefoldHeaderValue(value.Text(), segments, lineEnd) ==

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace zevka {
 namespace {
@@ -11,29 +12,35 @@ constexpr std::string_view kBlanks = " \t";
 
 }  // namespace
 
-std::optional<std::string> RefoldHeaderValue(std::string_view value,
-                                             const std::vector<SegmentNode>& segments,
+std::optional<std::string> RefoldHeaderValue(std::string_view value, const SegmentList& segments,
                                              std::string_view lineEnd) {
   std::string folded;
-  folded.reserve(value.size() + segments.size() * lineEnd.size() + 2);
+  return AppendRefolded(folded, value, segments, lineEnd) ? std::optional(std::move(folded))
+                                                          : std::nullopt;
+}
+
+bool AppendRefolded(std::string& out, std::string_view value, const SegmentList& segments,
+                    std::string_view lineEnd) {
+  const std::size_t before = out.size();
   std::size_t from = 0;
   bool first = true;
   for (const SegmentNode& segment : segments) {
     const std::size_t to = segment;
     if (to > value.size() || (!first && to <= from)) {
-      return std::nullopt;
+      out.resize(before);
+      return false;
     }
     if (!first) {
-      folded += lineEnd;
+      out += lineEnd;
     } else if (to == 0) {
       // KEEP(empty-first-line): a field whose first line is empty is written with a space there.
-      folded += ' ';
+      out += ' ';
     }
-    folded += value.substr(from, to - from);
+    out += value.substr(from, to - from);
     from = to;
     first = false;
   }
-  return folded;
+  return true;
 }
 
 std::string FoldHeaderValue(std::string_view name, std::string_view value,

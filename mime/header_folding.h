@@ -9,17 +9,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "mime/header_list.h"
+#include "mime/segment_list.h"
 
 namespace zevka {
 
 // The value with lineEnd at the end of each segment but the last. Nothing when the segments do not
 // fit the value.
-std::optional<std::string> RefoldHeaderValue(std::string_view value,
-                                             const std::vector<SegmentNode>& segments,
+std::optional<std::string> RefoldHeaderValue(std::string_view value, const SegmentList& segments,
                                              std::string_view lineEnd);
+// The same, behind what `out` holds; false, and `out` as it was, for nothing.
+bool AppendRefolded(std::string& out, std::string_view value, const SegmentList& segments,
+                    std::string_view lineEnd);
 
 // The value folded for a field of that name, with one space in front when it begins with none. An
 // empty value stays empty.

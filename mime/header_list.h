@@ -15,18 +15,15 @@
 #include <list>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "mime/segment_list.h"
 
 namespace zevka {
-
-// Length of a value up to the end of one of its physical lines.
-using SegmentNode = std::uint32_t;
 
 struct HeaderNode {
   std::string name;
   std::string value;
-  std::vector<SegmentNode>
-      segments;  // increasing; the last is the value's length. Empty: folded anew
+  SegmentList segments;  // increasing; the last is the value's length. Empty: folded anew
 };
 
 // A list, so that cursors of other threads survive insertions and fields move between parts by

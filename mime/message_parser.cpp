@@ -118,6 +118,7 @@ MessageParser::MessageParser(PartState& part, const char* path)
     : part_(part), input_(path, "rb"), blocks_(input_), lines_(blocks_, part.lineEnd) {
   if (input_) {
     part_.files.own = path;
+    part_.origin = FileHold(input_.Handle());
   }
 }
 

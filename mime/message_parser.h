@@ -53,7 +53,7 @@ class MessageParser {
   struct Field {
     std::string name;
     std::string value;
-    std::vector<SegmentNode> segments;
+    SegmentList segments;
   };
 
   void ReadHeaderBlock();

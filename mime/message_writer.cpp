@@ -74,7 +74,11 @@ bool MessageWriter::Begin() {
     return false;
   }
   output_ = OpenFile(*part_.files.own, "wb");
-  if (!output_ || !WriteHeaderBlock() || !WriteBody()) {
+  if (!output_) {
+    return false;
+  }
+  FileExpectBytes(output_.Handle(), part_.origin);
+  if (!WriteHeaderBlock() || !WritePending() || !WriteBody()) {
     return false;
   }
   // Before the children: the text of an embedded message is written to the name of this part's
@@ -97,16 +101,27 @@ const PartNode* MessageWriter::NextEmbedded() {
 
 // KEEP(removed-part-succeeds): nothing is written, and that is success.
 bool MessageWriter::End() {
-  return part_.removed || output_.CloseWritten();
+  return part_.removed || (WritePending() && output_.CloseWritten());
 }
 
 // KEEP(own-line-end): also between bodies that end their lines otherwise.
 bool MessageWriter::WriteLine(std::string_view first, std::string_view second,
                               std::string_view third) {
-  std::string line;
-  line.reserve(first.size() + second.size() + third.size() + part_.lineEnd.established.size());
-  line.append(first).append(second).append(third).append(part_.lineEnd.established);
-  return output_.Write(line);
+  const std::string& lineEnd = part_.lineEnd.established;
+  const std::size_t length = first.size() + second.size() + third.size() + lineEnd.size();
+  if (pending_.size() + length > kBlockSize && !WritePending()) {
+    return false;
+  }
+  pending_.append(first).append(second).append(third).append(lineEnd);
+  return pending_.size() < kBlockSize || WritePending();
+}
+
+// The budget counts as if each line was written by itself: writes of up to a block come to the
+// same.
+bool MessageWriter::WritePending() {
+  const bool written = output_.Write(pending_);
+  pending_.clear();
+  return written;
 }
 
 bool MessageWriter::WriteHeaderBlock() {
@@ -127,24 +142,27 @@ bool MessageWriter::WriteHeaderBlock() {
 bool MessageWriter::WriteField(const HeaderNode& field) {
   const std::string_view name = std::string_view(field.name).substr(0, part_.sizes.nameSize);
   const std::string_view value = std::string_view(field.value).substr(0, part_.sizes.valueSize);
-  std::string line(name);
-  line += ':';
-  line += ValueText(name, value, field);
+  line_.assign(name).push_back(':');
+  AddValueText(name, value, field);
   // KEEP(first-string-is-subject-suffix): what a host takes for an output path ends up here.
-  if (EqualsNoCase(name, "Subject")) {
-    line += request_.subjectSuffix;
+  if (!request_.subjectSuffix.empty() && EqualsNoCase(name, "Subject")) {
+    line_ += request_.subjectSuffix;
   }
-  return WriteLine(line);
+  return WriteLine(line_);
 }
 
-std::string MessageWriter::ValueText(std::string_view name, std::string_view value,
-                                     const HeaderNode& field) {
+void MessageWriter::AddValueText(std::string_view name, std::string_view value,
+                                 const HeaderNode& field) {
   if (!field.segments.empty()) {
-    return RefoldHeaderValue(value, field.segments, part_.lineEnd.established)
-        .value_or(std::string(value));
+    if (!AppendRefolded(line_, value, field.segments, part_.lineEnd.established)) {
+      line_ += value;
+    }
+  } else if (EqualsNoCase(name, "Content-Type")) {
+    // KEEP(content-type-as-is): a Content-Type that the host set is neither encoded nor folded.
+    line_ += value;
+  } else {
+    line_ += EncodeAndFold(name, value);
   }
-  // KEEP(content-type-as-is): a Content-Type that the host set is neither encoded nor folded.
-  return EqualsNoCase(name, "Content-Type") ? std::string(value) : EncodeAndFold(name, value);
 }
 
 std::string MessageWriter::EncodeAndFold(std::string_view name, std::string_view value) {
@@ -259,6 +277,9 @@ bool MessageWriter::WriteChild(const PartNode& child) {
 }
 
 bool MessageWriter::AppendText(OpenFile& text, std::size_t step, bool& copied) {
+  if (!WritePending()) {
+    return false;
+  }
   std::string spare;
   std::string_view taken;
   do {

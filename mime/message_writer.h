@@ -51,7 +51,7 @@ class MessageWriter {
   bool WriteField(const HeaderNode& field);
   bool RewriteDisposition(const HeaderNode& field);
   bool WriteNewDisposition();
-  std::string ValueText(std::string_view name, std::string_view value, const HeaderNode& field);
+  void AddValueText(std::string_view name, std::string_view value, const HeaderNode& field);
   std::string EncodeAndFold(std::string_view name, std::string_view value);
   bool WriteBody();
   bool EncodeBody();
@@ -61,10 +61,13 @@ class MessageWriter {
   bool AppendText(OpenFile& text, std::size_t step, bool& copied);
   bool AppendChildText(OpenFile& text);
   bool WriteLine(std::string_view first, std::string_view second = {}, std::string_view third = {});
+  bool WritePending();
 
   PartState& part_;
   WriteRequest request_;
   OpenFile output_;
+  std::string pending_;  // lines on their way to the file
+  std::string line_;     // the field that is being made
   PartList::const_iterator nextEmbedded_;
 };
 

@@ -127,6 +127,7 @@ int MIMEPart::WriteMessage(int reencode, const char* subjectSuffix, const char* 
 
 int MIMEPart::RemovePart() {
   state_.removed = true;
+  state_.origin = {};
   if (!state_.files.encoded.empty()) {
     RemoveFile(state_.files.decoded);
   }

@@ -69,6 +69,15 @@ bool PassOn(PartState& part, OpenFile& source, Sinks& sinks, std::string_view ch
   return sinks.decoded.Write(AsText(room.first(DecodeChunk(part, AsBytes(chunk), room))));
 }
 
+// What the encoded body will take decoded, as far as it can be told. One large enough is worth it.
+void ExpectDecodedSize(const PartState& part, const OpenFile& source, const OpenFile& decoded) {
+  const std::uint64_t size = FileMemorySize(source.Handle());
+  if (size > kBlockSize && IsCoded(part)) {
+    const bool base64 = part.kind.encoding == TransferEncoding::kBase64;
+    FileExpectSize(decoded.Handle(), base64 ? size / 4 * 3 + 3 : size);
+  }
+}
+
 void PumpBody(PartState& part, OpenFile& source, Sinks& sinks) {
   std::string spare;
   std::array<unsigned char, kDecodedRoom> decoded;
@@ -122,6 +131,7 @@ int TransferBody(PartState& part, OpenFile* openMessage, bool writeRaw, bool dec
     if (!sinks.decoded) {
       return 1;
     }
+    ExpectDecodedSize(part, source, sinks.decoded);
   }
   PumpBody(part, source, sinks);
   // KEEP(base64-faults-leave-no-marks): text behind base64 is common, and no reason for a mark.

@@ -161,7 +161,7 @@ TEST_F(Wrapper, MovesTheEnvelopeUp) {
                                                  {"Content-Disposition", " inline"}}));
   auto received = parent->State().headers.begin();
   std::advance(received, 3);
-  EXPECT_EQ(received->segments, (std::vector<SegmentNode>{2, 7})) << "folded as before";
+  EXPECT_EQ(received->segments, (SegmentList{2, 7})) << "folded as before";
 }
 
 TEST_F(Wrapper, GivesAChildWithoutContentFieldsAType) {

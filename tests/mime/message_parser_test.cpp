@@ -144,11 +144,11 @@ TEST_F(MessageParserTest, RemembersWhereTheLinesOfAFieldEnded) {
   ASSERT_EQ(headers.size(), 3U);
   auto field = headers.begin();
   EXPECT_EQ(field->value, " one two\tthree");
-  EXPECT_EQ(field->segments, (std::vector<SegmentNode>{4, 8, 14}));
+  EXPECT_EQ(field->segments, (SegmentList{4, 8, 14}));
   ++field;
-  EXPECT_EQ(field->segments, (std::vector<SegmentNode>{0, 2}));
+  EXPECT_EQ(field->segments, (SegmentList{0, 2}));
   ++field;
-  EXPECT_EQ(field->segments, (std::vector<SegmentNode>{0}));
+  EXPECT_EQ(field->segments, (SegmentList{0}));
 }
 
 // KEEP(long-line-ends-header)
