@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "fileio/file_helpers.h"
+#include "fileio/file_operations.h"
 #include "plugin/mime_packer.h"
 
 namespace zevka::bench {
@@ -31,7 +31,7 @@ inline void Discard(MimePacker& packer, PartObject* message) {
   std::string name(kNameRoom, '\0');
   message->GetFileName(name.data(), kNameRoom - 1);
   packer.ReleaseControl(kDiscardMessage, message);
-  RemoveFile(name.c_str());
+  FileRemove(name.c_str());
 }
 
 // Writes the message and ends it; the bytes it has now.

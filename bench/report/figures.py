@@ -13,7 +13,7 @@ class Figure:
         self.median = statistics.median(line[key] for line in lines)
         self.slowest = min(line.get("slowest", line[key]) for line in lines)
         self.fastest = max(line.get("fastest", line[key]) for line in lines)
-        self.line = lines[0]
+        self.lines = lines
 
 
 def pick(lines, **wanted):
@@ -24,6 +24,15 @@ def figure(lines, key="speed", **wanted):
     """None when nothing was measured."""
     picked = pick(lines, **wanted)
     return Figure(picked, key) if picked else None
+
+
+class Ratio:
+    """The median over rounds, and the rounds that went worst and best."""
+
+    def __init__(self, ratios):
+        self.median = statistics.median(ratios)
+        self.slowest = min(ratios)
+        self.fastest = max(ratios)
 
 
 class Row:
@@ -40,7 +49,8 @@ class Row:
 
     @property
     def ratio(self):
-        """Our speed over that of the best other library; None without one."""
+        """Our speed over that of the best other library, round by round; None without one."""
         if not self.ours or not self.others:
             return None
-        return self.ours.median / self.others[self.best].median
+        best = {line["round"]: line["speed"] for line in self.others[self.best].lines}
+        return Ratio([line["speed"] / best[line["round"]] for line in self.ours.lines])

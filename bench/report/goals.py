@@ -1,7 +1,7 @@
 """The sets, what each is, and what the library is to reach on it.
 
 A goal in MB/s was set beside what the best other library did on the same machine; on another machine,
-or a busier one, the ratio of the two is what stands. `GOALS` holds both.
+or a busier one, the ratio of the two is what stands.
 """
 
 LIBRARIES = ["gmime", "mimetic", "libetpan"]

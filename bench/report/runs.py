@@ -74,15 +74,23 @@ def say(text):
 
 
 def jobs(library, name, job, runs, *words):
-    probe = ["--probe"] if name == "corpus" else []
+    # What another library dies of is left out for it; ours dies of nothing.
+    probe = ["--probe"] if name == "corpus" and library != OURS else []
     return lines_of(f"jobs_{library}", "--runs", runs, "--job", job, *probe, *words, name)
 
 
-def round_of_jobs(runs):
+def libraries_of(number):
+    """All of them, another one first in each round."""
+    names = [OURS, *LIBRARIES]
+    first = number % len(names)
+    return names[first:] + names[:first]
+
+
+def round_of_jobs(number, runs):
     found = []
     for name in SETS:
         for job in ("full", "decode"):
-            for library in [OURS, *LIBRARIES]:
+            for library in libraries_of(number):
                 found += jobs(library, name, job, runs)
     return found
 
@@ -95,9 +103,9 @@ def round_of_threads(runs):
     return found
 
 
-def round_of_codecs(runs):
+def round_of_codecs(number, runs):
     found = []
-    for library in [OURS, *LIBRARIES]:
+    for library in libraries_of(number):
         found += lines_of(f"codecs_{library}", "--runs", runs, QUOTED_PRINTABLE)
     return found
 
@@ -167,16 +175,17 @@ def machine():
 def measure(rounds, quick):
     """Everything, as one dictionary that tables and pictures are made of."""
     runs = 1 if quick else 5
-    results = {"machine": machine(), "rounds": rounds, "runs": runs, "speeds": [], "jobs": [],
-               "codecs": [], "memory": [], "threads": [], "growth": []}
+    results = {"machine": machine(), "rounds": rounds, "runs": runs}
     for number in range(1, rounds + 1):
         say(f"round {number} of {rounds}")
-        results["speeds"] += lines_of("machine_speed")
-        results["jobs"] += round_of_jobs(runs)
-        results["codecs"] += round_of_codecs(runs)
-        results["memory"] += round_of_memory()
-        results["threads"] += round_of_threads(runs)
-        results["growth"] += lines_of("growth", "--runs", runs, *(["--quick"] if quick else []))
+        measured = {"speeds": lines_of("machine_speed"),
+                    "jobs": round_of_jobs(number, runs),
+                    "codecs": round_of_codecs(number, runs),
+                    "memory": round_of_memory(),
+                    "threads": round_of_threads(runs),
+                    "growth": lines_of("growth", "--runs", runs, *(["--quick"] if quick else []))}
+        for kind, lines in measured.items():
+            results.setdefault(kind, []).extend({**line, "round": number} for line in lines)
     say("each subject alone")
     results["micro"] = micro(1 if quick else rounds, 0.01 if quick else 0.1)
     say("many messages through one process")

@@ -2,7 +2,7 @@
 
 import pathlib
 
-from figures import Row, figure, pick
+from figures import Ratio, Row, figure, pick
 from goals import (CODEC_GOALS, FULL_GOALS, LIBRARIES, MEMORY_GOALS, OURS, SETS, THREADS_GOAL)
 
 INSTRUCTIONS = pathlib.Path(__file__).resolve().parent.parent / "instructions.tsv"
@@ -35,7 +35,7 @@ def reached(row, goal):
     speed, best_then = goal
     if row.ours.median >= speed:
         return "yes"
-    if best_then and row.ratio and row.ratio >= speed / best_then:
+    if best_then and row.ratio and row.ratio.median >= speed / best_then:
         return "yes"
     return "no"
 
@@ -55,7 +55,7 @@ def comparison(rows, goals):
         heads += ["goal", "goal, ratio", "met"]
     lines = []
     for title, row, goal in rows:
-        ratio = f"**{row.ratio:.2f}**" if row.ratio else "-"
+        ratio = f"**{row.ratio.median:.2f}** ({spread(row.ratio)})" if row.ratio else "-"
         others = [cell(row.others.get(name)) for name in LIBRARIES]
         line = [title, *others, f"**{cell(row.ours)}**", spread(row.ours), ratio]
         lines.append(line + (goal_cells(row, goal) if goals else []))
@@ -111,8 +111,10 @@ def threads_table(results):
     for name in dict.fromkeys(line["set"] for line in results["threads"]):
         one, two = (figure(results["threads"], "perSecond", set=name, threads=count)
                     for count in (1, 2))
+        ratio = Ratio([more["perSecond"] / fewer["perSecond"]
+                       for fewer, more in zip(one.lines, two.lines)])
         rows.append([f"{name}: {SETS[name]}", cell(one), cell(two),
-                     f"**{two.median / one.median:.2f}**", f"at least {THREADS_GOAL}"])
+                     f"**{ratio.median:.2f}** ({spread(ratio)})", f"at least {THREADS_GOAL}"])
     return table(["messages per second", "1 thread", "2 threads", "ratio", "goal"], rows)
 
 
@@ -144,7 +146,8 @@ def instructions_table(_):
         return ["None are counted yet."]
     rows = [line.split("\t") for line in INSTRUCTIONS.read_text(encoding="utf-8").splitlines()
             if line and not line.startswith("#")]
-    return table(["job", "instructions"], [[name, f"{int(count):,}"] for name, count in rows])
+    return table(["job", "instructions", "blocks of the heap", "bytes held at most"],
+                 [[row[0], *(f"{int(count):,}" for count in row[1:])] for row in rows])
 
 
 def version_of(results, library):
