@@ -13,6 +13,9 @@ namespace {
 // Digits that are squeezed at a time.
 constexpr std::size_t kBatch = 4096;
 
+// Shorter texts, such as words of header fields, are decoded quicker without the kernels.
+constexpr std::size_t kShort = 32;
+
 // Characters that are decoded one by one behind a place where the kernels stopped.
 constexpr std::ptrdiff_t kStretch = 64;
 
@@ -295,7 +298,7 @@ std::size_t Base64DecodeChunk(Base64DecodeState& state, std::span<const unsigned
 std::size_t Base64DecodeChunkAt(CpuLevel level, Base64DecodeState& state,
                                 std::span<const unsigned char> input,
                                 std::span<unsigned char> output) {
-  const Base64Kernels* const kernels = Base64KernelsAt(level);
+  const Base64Kernels* const kernels = input.size() < kShort ? nullptr : Base64KernelsAt(level);
   Decoder decoder{state, output.data(), output.data() + output.size()};
   decoder.state.invalidCount = 0;
   const unsigned char* in = input.data();
