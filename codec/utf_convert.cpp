@@ -1,5 +1,7 @@
 #include "codec/utf_convert.h"
 
+#include <emmintrin.h>
+
 #include <array>
 #include <cstddef>
 #include <iterator>
@@ -96,14 +98,72 @@ std::uint32_t Accumulate(const unsigned char* sequence, std::ptrdiff_t trailing)
   return c - kOffsets[static_cast<std::size_t>(trailing)];
 }
 
+// Characters that are copied at a time where all are ASCII. SSE2 is there on every machine.
+constexpr std::ptrdiff_t kRow = 16;
+
+__m128i Load(const void* bytes) {
+  return _mm_loadu_si128(static_cast<const __m128i*>(bytes));
+}
+
+void Store(void* to, __m128i bytes) {
+  _mm_storeu_si128(static_cast<__m128i*>(to), bytes);
+}
+
+// Copies rows of ASCII from both beginnings on, as long as there are any.
+void WidenRows(const unsigned char*& source, const unsigned char* sourceEnd, wchar_t*& target,
+               const wchar_t* targetEnd) {
+  const __m128i zero = _mm_setzero_si128();
+  while (sourceEnd - source >= kRow && targetEnd - target >= kRow) {
+    const __m128i row = Load(source);
+    if (_mm_movemask_epi8(row) != 0) {
+      return;
+    }
+    const __m128i low = _mm_unpacklo_epi8(row, zero);
+    const __m128i high = _mm_unpackhi_epi8(row, zero);
+    Store(target, _mm_unpacklo_epi16(low, zero));
+    Store(target + 4, _mm_unpackhi_epi16(low, zero));
+    Store(target + 8, _mm_unpacklo_epi16(high, zero));
+    Store(target + 12, _mm_unpackhi_epi16(high, zero));
+    source += kRow;
+    target += kRow;
+  }
+}
+
+void NarrowRows(const wchar_t*& source, const wchar_t* sourceEnd, unsigned char*& target,
+                const unsigned char* targetEnd) {
+  while (sourceEnd - source >= kRow && targetEnd - target >= kRow) {
+    const __m128i first = Load(source);
+    const __m128i second = Load(source + 4);
+    const __m128i third = Load(source + 8);
+    const __m128i fourth = Load(source + 12);
+    const __m128i bits = _mm_or_si128(_mm_or_si128(first, second), _mm_or_si128(third, fourth));
+    const __m128i others = _mm_andnot_si128(_mm_set1_epi32(0x7F), bits);
+    if (_mm_movemask_epi8(_mm_cmpeq_epi32(others, _mm_setzero_si128())) != 0xFFFF) {
+      return;
+    }
+    Store(target, _mm_packus_epi16(_mm_packs_epi32(first, second), _mm_packs_epi32(third, fourth)));
+    source += kRow;
+    target += kRow;
+  }
+}
+
 }  // namespace
 
 ConversionResult ConvertUTF32ToUTF8(const wchar_t*& source, const wchar_t* sourceEnd,
                                     unsigned char*& target, const unsigned char* targetEnd,
                                     ConversionFlags flags) {
   ConversionResult result = ConversionResult::kOk;
+  std::ptrdiff_t untried = sourceEnd - source;  // behind the last row that was tried
   for (; source < sourceEnd; ++source) {
     auto c = static_cast<std::uint32_t>(static_cast<std::int32_t>(*source));
+    if (c < 0x80 && sourceEnd - source <= untried) {
+      NarrowRows(source, sourceEnd, target, targetEnd);
+      untried = sourceEnd - source - kRow;
+      if (source == sourceEnd) {
+        break;
+      }
+      c = static_cast<std::uint32_t>(static_cast<std::int32_t>(*source));
+    }
     // KEEP(utf-lenient-surrogates): the lenient form writes a surrogate like any other value.
     if (flags == ConversionFlags::kStrict && IsSurrogate(c)) {
       return ConversionResult::kSourceIllegal;
@@ -132,7 +192,15 @@ ConversionResult ConvertUTF8ToUTF32(const unsigned char*& source, const unsigned
                                     wchar_t*& target, const wchar_t* targetEnd,
                                     ConversionFlags flags) {
   ConversionResult result = ConversionResult::kOk;
+  std::ptrdiff_t untried = sourceEnd - source;  // behind the last row that was tried
   while (source < sourceEnd) {
+    if (*source < 0x80 && sourceEnd - source <= untried) {
+      WidenRows(source, sourceEnd, target, targetEnd);
+      untried = sourceEnd - source - kRow;
+      if (source == sourceEnd) {
+        break;
+      }
+    }
     const std::ptrdiff_t trailing = TrailingBytes(*source);
     if (sourceEnd - source <= trailing) {
       return ConversionResult::kSourceExhausted;

@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/codec/guarded_bytes.h"
 #include "tests/support/random_bytes.h"
 
 namespace zevka {
@@ -253,6 +256,65 @@ TEST(UtfConvert, WhateverBytesConvertAreWhatTheWayBackWrites) {
     ASSERT_EQ(Narrow(wide.text, kStrict).text,
               input.substr(0, static_cast<std::size_t>(wide.used)));
   }
+}
+
+// Letters with one other character in every place, converted beside the ends of memory.
+TEST(UtfConvert, AsciiInRowsAndAnOtherCharacterAmongThemConvertBothWays) {
+  constexpr std::size_t kMost = 70;
+  test::GuardedBytes narrowBytes(kMost + 1);
+  test::GuardedBytes wideBytes(kMost * sizeof(wchar_t));
+  for (std::size_t length = 1; length <= kMost; ++length) {
+    for (std::size_t place = 0; place <= length; ++place) {
+      SCOPED_TRACE(std::to_string(length) + ", other character at " + std::to_string(place));
+      std::string narrow;
+      std::wstring wide;
+      for (std::size_t i = 0; i < length; ++i) {
+        narrow += i == place ? "\xC3\xA9" : std::string(1, static_cast<char>('A' + i % 50));
+        wide += i == place ? L'\u00E9' : static_cast<wchar_t>('A' + i % 50);
+      }
+      for (const std::size_t missing : {0U, 1U, 15U, 16U, 17U}) {
+        const std::size_t room = length - std::min(missing, length);
+        auto* const wideRoom =
+            reinterpret_cast<wchar_t*>(wideBytes.Room(room * sizeof(wchar_t)).data());
+        const std::span<const unsigned char> input = narrowBytes.Text(narrow);
+        const unsigned char* source = input.data();
+        wchar_t* target = wideRoom;
+        EXPECT_EQ(ConvertUTF8ToUTF32(source, source + input.size(), target, target + room, kStrict),
+                  missing == 0 ? ConversionResult::kOk : ConversionResult::kTargetExhausted);
+        EXPECT_EQ(std::wstring(wideRoom, target), wide.substr(0, room));
+        EXPECT_EQ(source - input.data(),
+                  static_cast<std::ptrdiff_t>(room + (place < room ? 1 : 0)));
+      }
+      auto* const wideInput =
+          reinterpret_cast<wchar_t*>(wideBytes.Room(length * sizeof(wchar_t)).data());
+      std::copy(wide.begin(), wide.end(), wideInput);
+      const wchar_t* source = wideInput;
+      const std::span<unsigned char> room = narrowBytes.Room(narrow.size());
+      unsigned char* target = room.data();
+      EXPECT_EQ(ConvertUTF32ToUTF8(source, source + length, target, target + room.size(), kStrict),
+                ConversionResult::kOk);
+      EXPECT_EQ(std::string(room.begin(), room.end()), narrow);
+      EXPECT_EQ(source, wideInput + length);
+    }
+  }
+}
+
+// Values of which the low bits alone are letters.
+TEST(UtfConvert, ValuesThatAreNotAsciiAreNotTakenForIt) {
+  for (const std::uint32_t other : {0x80U, 0xC1U, 0x141U, 0x8041U, 0x10041U}) {
+    for (std::size_t place = 0; place < 16; ++place) {
+      std::vector<std::uint32_t> text(16, 'A');
+      text[place] = other;
+      std::string expected(place, 'A');
+      expected += Reference(other);
+      expected.append(15 - place, 'A');
+      EXPECT_EQ(Narrow(text, kStrict).text, expected);
+    }
+  }
+  std::vector<std::uint32_t> text(20, 'A');
+  text[17] = 0x80000041U;
+  EXPECT_EQ(Narrow(text, kLenient).text, std::string(17, 'A') + "\xEF\xBF\xBD" + "AA");
+  EXPECT_EQ(Narrow(text, kLenient).result, ConversionResult::kSourceIllegal);
 }
 
 }  // namespace
