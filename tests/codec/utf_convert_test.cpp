@@ -281,7 +281,9 @@ TEST(UtfConvert, AsciiInRowsAndAnOtherCharacterAmongThemConvertBothWays) {
         wchar_t* target = wideRoom;
         EXPECT_EQ(ConvertUTF8ToUTF32(source, source + input.size(), target, target + room, kStrict),
                   missing == 0 ? ConversionResult::kOk : ConversionResult::kTargetExhausted);
-        EXPECT_EQ(std::wstring(wideRoom, target), wide.substr(0, room));
+        EXPECT_EQ(
+            std::vector<wchar_t>(wideRoom, target),
+            std::vector<wchar_t>(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(room)));
         EXPECT_EQ(source - input.data(),
                   static_cast<std::ptrdiff_t>(room + (place < room ? 1 : 0)));
       }
