@@ -215,24 +215,33 @@ bool FileContents::Write(std::uint64_t at, std::string_view bytes, std::uint64_t
   return true;
 }
 
-bool FileContents::AppendFrom(FileContents& from, std::uint64_t at, std::uint64_t count,
-                              std::uint64_t capacity) {
+bool FileContents::AppendPiece(const BlockUse& block, std::uint64_t begin, std::uint64_t count,
+                               std::uint64_t capacity) {
   UseFlat();
-  from.UseFlat();
-  const Place place = from.Find(at);
-  const Piece& source = from.PieceAt(place.piece);
-  const std::uint64_t begin = source.begin + place.offset;
   Piece& last = Last();
-  if (last.block && last.block == source.block && last.begin + last.length == begin) {
+  if (last.block && last.block == block && last.begin + last.length == begin) {
     last.length += count;
     size_ += count;
     return true;
   }
-  if ((count < kWorthSharing && size_ != 0) || source.block.IsExposed()) {
-    return Append({source.block.Bytes() + begin, count}, capacity);
+  if ((count < kWorthSharing && size_ != 0) || block.IsExposed()) {
+    return Append({block.Bytes() + begin, count}, capacity);
   }
-  source.block.Settle();
-  return AddPiece({source.block, begin, count});
+  block.Settle();
+  return AddPiece({block, begin, count});
+}
+
+bool FileContents::AppendFrom(FileContents& from, std::uint64_t at, std::uint64_t count,
+                              std::uint64_t capacity) {
+  from.UseFlat();
+  const Place place = from.Find(at);
+  const Piece& source = from.PieceAt(place.piece);
+  return AppendPiece(source.block, source.begin + place.offset, count, capacity);
+}
+
+bool FileContents::AppendHeld(const HeldBytes& bytes, std::uint64_t at, std::uint64_t count,
+                              std::uint64_t capacity) {
+  return AppendPiece(bytes.block, bytes.begin + at, count, capacity);
 }
 
 HeldBytes FileContents::Hold() {
@@ -241,7 +250,7 @@ HeldBytes FileContents::Hold() {
     return {};
   }
   first_.block.Settle();
-  return {first_.block, first_.begin};
+  return {first_.block, first_.begin, first_.length};
 }
 
 void FileContents::Expect(const HeldBytes& bytes) {

@@ -25,6 +25,11 @@ namespace zevka {
 struct HeldBytes {
   BlockUse block;
   std::uint64_t begin = 0;
+  std::uint64_t length = 0;
+
+  std::string_view Text() const {
+    return block ? std::string_view(block.Bytes() + begin, length) : std::string_view();
+  }
 };
 
 class FileContents {
@@ -50,6 +55,9 @@ class FileContents {
   // Appends what `from` holds at `at`: `count` bytes, more than none, that lie together there (see
   // Run). Both then have the same memory, where that is worth it. False without memory.
   bool AppendFrom(FileContents& from, std::uint64_t at, std::uint64_t count,
+                  std::uint64_t capacity);
+  // The same from what is held.
+  bool AppendHeld(const HeldBytes& bytes, std::uint64_t at, std::uint64_t count,
                   std::uint64_t capacity);
 
   // Tells that an empty file will be about that large.
@@ -113,6 +121,8 @@ class FileContents {
   Place Find(std::uint64_t at) const;
   void UseFlat();
   bool AddPiece(Piece piece);
+  bool AppendPiece(const BlockUse& block, std::uint64_t begin, std::uint64_t count,
+                   std::uint64_t capacity);
   bool Append(std::string_view bytes, std::uint64_t capacity);
   bool AppendZeros(std::uint64_t count, std::uint64_t capacity);
   bool AppendNew(std::string_view bytes, std::uint64_t capacity);

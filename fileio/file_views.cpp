@@ -59,6 +59,12 @@ bool FileWriteTaken(void* handle, void* from, std::string_view taken) {
   return FileWriteFrom(handle, from, end - taken.size(), taken);
 }
 
+bool FileWriteHeld(void* handle, const HeldBytes& from, std::uint64_t at, std::uint64_t count) {
+  FileHandle* const file = MemoryFileOf(handle);
+  return (file != nullptr && ShareHeldBytes(*file, from, at, count)) ||
+         FileWrite(from.Text().data() + at, count, 1, handle) == 1;
+}
+
 void FileExpectSize(void* handle, std::uint64_t bytes) {
   if (FileHandle* const file = MemoryFileOf(handle)) {
     file->contents.ExpectSize(bytes);

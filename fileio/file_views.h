@@ -33,6 +33,9 @@ bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view 
 // Writes what the last FileReadView of `from` gave, in the same way.
 bool FileWriteTaken(void* handle, void* from, std::string_view taken);
 
+// Writes `count` bytes of what is held, in the same way.
+bool FileWriteHeld(void* handle, const HeldBytes& from, std::uint64_t at, std::uint64_t count);
+
 // A hold on what an open memory file holds from the start on; on nothing for a disk file.
 HeldBytes FileHold(void* handle);
 

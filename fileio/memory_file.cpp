@@ -66,6 +66,24 @@ bool PutBytes(FileHandle& file, std::uint64_t before, const Put& put) {
   return false;
 }
 
+// Puts bytes at the end with `append`, as a write would; false, with nothing done, where a write
+// must see to it.
+template <typename Append>
+bool AppendShared(FileHandle& file, std::uint64_t bytes, const Append& append) {
+  if (!MayWrite(file) || bytes == 0) {
+    return false;
+  }
+  MoveToEndForAppend(file);
+  std::uint64_t end = 0;
+  const std::uint64_t before = file.capacity;
+  if (static_cast<std::uint64_t>(file.position) != file.contents.Size() ||
+      !EndOfWrite(file, bytes, end) || !Grow(file, end) || !PutBytes(file, before, append)) {
+    return false;
+  }
+  file.position = static_cast<std::int64_t>(end);
+  return true;
+}
+
 // Moves the file to disk; what is written next lands behind the old contents, wherever the position
 // was. KEEP(spill-appends): the writing of the old is not checked.
 bool SpillToDisk(FileHandle& file) {
@@ -216,27 +234,18 @@ std::size_t WriteMemoryFile(FileHandle& file, const void* buffer, std::size_t it
 }
 
 bool ShareMemoryFile(FileHandle& file, FileHandle& from, std::uint64_t at, std::string_view bytes) {
-  if (!MayWrite(file) || &file == &from || bytes.empty()) {
-    return false;
-  }
   const std::string_view run = from.contents.Run(at);
-  if (run.data() != bytes.data() || run.size() < bytes.size()) {
-    return false;
-  }
-  MoveToEndForAppend(file);
-  std::uint64_t end = 0;
-  const std::uint64_t before = file.capacity;
-  if (static_cast<std::uint64_t>(file.position) != file.contents.Size() ||
-      !EndOfWrite(file, bytes.size(), end) || !Grow(file, end)) {
-    return false;
-  }
-  if (!PutBytes(file, before, [&] {
-        return file.contents.AppendFrom(from.contents, at, bytes.size(), file.capacity);
-      })) {
-    return false;
-  }
-  file.position = static_cast<std::int64_t>(end);
-  return true;
+  return &file != &from && run.data() == bytes.data() && run.size() >= bytes.size() &&
+         AppendShared(file, bytes.size(), [&] {
+           return file.contents.AppendFrom(from.contents, at, bytes.size(), file.capacity);
+         });
+}
+
+bool ShareHeldBytes(FileHandle& file, const HeldBytes& from, std::uint64_t at,
+                    std::uint64_t bytes) {
+  return at <= from.length && bytes <= from.length - at && AppendShared(file, bytes, [&] {
+           return file.contents.AppendHeld(from, at, bytes, file.capacity);
+         });
 }
 
 int SeekMemoryFile(FileHandle& file, std::int64_t offset, int whence) {

@@ -63,11 +63,45 @@ struct KnownKey {
 
 constinit thread_local std::array<KnownKey, kKnownKeys> knownKeys{};
 
+// The name of which a key was computed last, and how far the halves were behind each of its whole
+// blocks: names of one message begin alike, and how a name goes on does not tell on whole blocks.
+struct LastName {
+  std::size_t blocks = 0;
+  std::array<char, kLongestKnown> name{};
+  std::array<NameKey, kLongestKnown / kBlockBytes> behind{};
+};
+
+constinit thread_local LastName lastName{};
+
 std::size_t PlaceOf(const char* name, std::size_t length) {
   std::uint64_t tail = 0;
   std::memcpy(&tail, name + length - kTailBytes, kTailBytes);
   constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
   return (tail * kSpread) >> 60;
+}
+
+// As ComputeNameKey; begins where the last name began to be another one.
+NameKey ComputeFromLast(const char* name, std::int32_t length) {
+  LastName& last = lastName;
+  const std::size_t whole = static_cast<std::size_t>(length) / kBlockBytes;
+  std::size_t block = 0;
+  while (block < std::min(whole, last.blocks) &&
+         std::memcmp(name + block * kBlockBytes, last.name.data() + block * kBlockBytes,
+                     kBlockBytes) == 0) {
+    ++block;
+  }
+  NameKey halves = block == 0 ? NameKey{kStartHigh, kStartLow} : last.behind[block - 1];
+  auto done = static_cast<std::int32_t>(block) * kBlockBytes;
+  for (; done + kBlockBytes <= length; done += kBlockBytes) {
+    MixBlock(NextBlock(name + done, length - done), halves.high, halves.low);
+    last.behind[block++] = halves;
+  }
+  if (done < length) {
+    MixBlock(NextBlock(name + done, length - done), halves.high, halves.low);
+  }
+  std::memcpy(last.name.data(), name, whole * kBlockBytes);
+  last.blocks = whole;
+  return {halves.high & ~1U, halves.low};
 }
 
 }  // namespace
@@ -90,7 +124,7 @@ NameKey KeyOfName(const char* name) {
   }
   KnownKey& known = knownKeys[PlaceOf(name, length)];
   if (known.length != length || std::memcmp(known.name.data(), name, length) != 0) {
-    known.key = ComputeNameKey(name, static_cast<std::int32_t>(length));
+    known.key = ComputeFromLast(name, static_cast<std::int32_t>(length));
     known.length = length;
     std::memcpy(known.name.data(), name, length);
   }

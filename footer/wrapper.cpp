@@ -105,6 +105,9 @@ void AttachChild(PartState& parent, PartPtr child, bool moveHeaders) {
     AppendNode(attached.headers, "Content-Type", " text/plain");
   }
   MoveEnvelope(attached.headers, parent.headers);
+  for (HeaderNode& field : parent.headers) {
+    field.source = {};
+  }
   parent.sizes.Cover(attached.sizes);
 }
 

@@ -28,8 +28,10 @@ void RemoveBodies(const BodyFiles& files) {
 }  // namespace
 
 void NameBodies(BodyFiles& files) {
-  files.encoded = *files.own + "_e";
-  files.decoded = *files.own + "_d";
+  files.encoded.reserve(files.own->size() + 2);
+  files.encoded.append(*files.own).append("_e");
+  files.decoded.reserve(files.own->size() + 2);
+  files.decoded.append(*files.own).append("_d");
 }
 
 void RemoveAtEnd(const BodyFiles& files, const std::optional<std::string>& footerText) {

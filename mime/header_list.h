@@ -16,14 +16,26 @@
 #include <string>
 #include <string_view>
 
+#include "codec/line_end_style.h"
 #include "mime/segment_list.h"
 
 namespace zevka {
+
+// Where the lines of a field stand in the text that its part was read from (PartState::origin), if
+// they would be written as they stand there.
+struct SourceLines {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;  // behind the last line end; 0 for a field that has to be written anew
+  LineEndStyle style = LineEndStyle::kUnknown;  // of all its line ends
+
+  bool IsKnown() const { return end != 0; }
+};
 
 struct HeaderNode {
   std::string name;
   std::string value;
   SegmentList segments;  // increasing; the last is the value's length. Empty: folded anew
+  SourceLines source = {};
 };
 
 // A list, so that cursors of other threads survive insertions and fields move between parts by

@@ -1,7 +1,8 @@
 #include "mime/line_reader.h"
 
-#include <algorithm>
 #include <utility>
+
+#include "mime/line_scan.h"
 
 namespace zevka {
 namespace {
@@ -10,10 +11,6 @@ constexpr std::size_t kLongestLine =
     4096;  // characters; a line this long is cut and ends the header block
 constexpr std::size_t kPendingRoom = 50;  // bytes of line ends gathered at most
 
-bool IsLineEnd(char c) {
-  return c == '\r' || c == '\n';
-}
-
 bool BeginsWithTwice(std::string_view run, std::string_view block) {
   return run.size() >= 2 * block.size() && run.starts_with(block) &&
          run.substr(block.size()).starts_with(block);
@@ -21,18 +18,37 @@ bool BeginsWithTwice(std::string_view run, std::string_view block) {
 
 }  // namespace
 
-LineReader::LineReader(BlockReader& blocks, LineEnd& lineEnd) : blocks_(blocks), lineEnd_(lineEnd) {
-  line_.reserve(kLongestLine);
-}
+LineReader::LineReader(BlockReader& blocks, LineEnd& lineEnd)
+    : blocks_(blocks), lineEnd_(lineEnd) {}
 
 LineResult LineReader::ReadLine() {
-  line_.clear();
+  line_ = {};
+  joined_.clear();
   lineStart_ = blocks_.BlockStart() + static_cast<std::int64_t>(position_);
   const LineResult result = CollectLine();
   if (result == LineResult::kReadError) {
-    line_.clear();
+    line_ = {};
   }
   return result;
+}
+
+// The line so far lies in the block that is about to go.
+bool LineReader::ReadNextBlock() {
+  if (line_.data() != joined_.data()) {
+    joined_ = line_;
+    line_ = joined_;
+  }
+  position_ = 0;
+  return blocks_.ReadNext();
+}
+
+void LineReader::Add(std::string_view text) {
+  if (line_.empty()) {
+    line_ = text;
+    return;
+  }
+  joined_ += text;
+  line_ = joined_;
 }
 
 LineResult LineReader::CollectLine() {
@@ -42,8 +58,7 @@ LineResult LineReader::CollectLine() {
       if (blocks_.Exhausted()) {
         return atEnd;
       }
-      position_ = 0;
-      if (!blocks_.ReadNext()) {
+      if (!ReadNextBlock()) {
         return LineResult::kReadError;
       }
       if (blocks_.Block().empty()) {
@@ -51,16 +66,15 @@ LineResult LineReader::CollectLine() {
       }
     }
     const std::string_view rest = blocks_.Block().substr(position_);
-    const auto end = std::find_if(rest.begin(), rest.end(), IsLineEnd);
-    const auto length = static_cast<std::size_t>(end - rest.begin());
+    const std::size_t length = FindLineEnd(rest);
     // KEEP(long-line-ends-header): a line this long is no field, and the fields below it are body.
     if (line_.size() + length >= kLongestLine) {
-      line_ += rest.substr(0, kLongestLine - line_.size());
+      Add(rest.substr(0, kLongestLine - line_.size()));
       return LineResult::kEnd;
     }
-    line_ += rest.substr(0, length);
+    Add(rest.substr(0, length));
     position_ += length;
-    if (end != rest.end()) {
+    if (length != rest.size()) {
       return FinishLine();
     }
   }
@@ -73,11 +87,8 @@ LineResult LineReader::FinishLine() {
     TakeStyle(LineEndStyle::kLf);
     return LineResult::kLine;
   }
-  if (position_ == blocks_.Block().size() && !blocks_.Exhausted()) {
-    position_ = 0;
-    if (!blocks_.ReadNext()) {
-      return LineResult::kReadError;
-    }
+  if (position_ == blocks_.Block().size() && !blocks_.Exhausted() && !ReadNextBlock()) {
+    return LineResult::kReadError;
   }
   if (position_ < blocks_.Block().size() && blocks_.Block()[position_] == '\n') {
     ++position_;
@@ -135,7 +146,8 @@ LineResult LineReader::ReadHeaderLine() {
     if (lineEnd_.established.empty()) {
       lineEnd_.established = pending_;
     }
-    preceding_ = std::exchange(pending_, std::string(LineEndBytes(lineEnd_.lastStyle)));
+    preceding_.swap(pending_);
+    pending_.assign(LineEndBytes(lineEnd_.lastStyle));
   }
   return result;
 }

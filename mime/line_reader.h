@@ -43,12 +43,19 @@ class LineReader {
   // with two or more blank lines; the established line end is put right then.
   bool CutDoubledLineEnd();
 
+  // The line, until the next one is read.
   std::string_view Line() const { return line_; }
+  // Where its line end ends in the input.
+  std::int64_t LineBehind() const {
+    return blocks_.BlockStart() + static_cast<std::int64_t>(position_);
+  }
   // Where the line begins in the input; its end when there is no more input.
   std::int64_t LineStart() const { return lineStart_; }
   bool InHeaderBlock() const { return inHeaderBlock_; }
 
  private:
+  bool ReadNextBlock();
+  void Add(std::string_view text);
   LineResult CollectLine();
   LineResult FinishLine();
   void TakeStyle(LineEndStyle style);
@@ -59,7 +66,8 @@ class LineReader {
   BlockReader& blocks_;
   LineEnd& lineEnd_;
   std::size_t position_ = 0;  // in the current block
-  std::string line_;
+  std::string_view line_;     // in the block, or in joined_
+  std::string joined_;        // a line that began in an earlier block
   std::int64_t lineStart_ = 0;
   std::string pending_;    // line-end bytes since the last non-empty line began to end
   std::string preceding_;  // those between the previous non-empty line and this one

@@ -156,54 +156,65 @@ void MessageParser::ReadHeaderBlock() {
   }
 }
 
-std::optional<MessageParser::Field> MessageParser::RecogniseField() const {
+// The name and the first line of the value go to `field`; false when the line is no field.
+bool MessageParser::RecogniseField(HeaderNode& field) {
   const std::string_view line = UpToNul(lines_.Line());
   const std::size_t length = NameLength(line);
   if (length == std::string_view::npos) {
-    return std::nullopt;
+    return false;
   }
-  Field field{std::string(line.substr(0, length)), std::string(line.substr(length + 1)), {}};
-  field.segments.push_back(static_cast<SegmentNode>(field.value.size()));
-  return field;
+  field.name.assign(line.substr(0, length));
+  value_.assign(line.substr(length + 1));
+  field.segments.push_back(static_cast<SegmentNode>(value_.size()));
+  // A field whose first line is empty is written with a space there.
+  if (!value_.empty() && line.size() == lines_.Line().size()) {
+    field.source = {static_cast<std::uint64_t>(lines_.LineStart()),
+                    static_cast<std::uint64_t>(lines_.LineBehind()), part_.lineEnd.lastStyle};
+  }
+  return true;
 }
 
 // Takes one field, whose first line is the current line. False when the line is no field.
 bool MessageParser::ReadField() {
-  std::optional<Field> field = RecogniseField();
-  if (!field) {
+  HeaderNode& field = part_.headers.emplace_back();
+  if (!RecogniseField(field)) {
+    part_.headers.pop_back();
     return false;
   }
   const std::int64_t fieldStart = lines_.LineStart();
   lastResult_ = lines_.ReadHeaderLine();
   if (lines_.CutDoubledLineEnd()) {
-    part_.sizes.Cover(field->name.size(), field->value.size());
+    part_.sizes.Cover(field.name.size(), value_.size());
     pushedBackField_ = fieldStart;
+    part_.headers.pop_back();
     return false;
   }
-  ReadContinuations(*field);
-  StoreField(std::move(*field));
+  ReadContinuations(field);
+  field.value.assign(value_);
+  StoreField(field);
   return true;
 }
 
-void MessageParser::ReadContinuations(Field& field) {
+void MessageParser::ReadContinuations(HeaderNode& field) {
   while (lines_.InHeaderBlock() && lastResult_ != LineResult::kEnd &&
          IsContinuation(lines_.Line())) {
-    field.value += lines_.Line();
-    field.segments.push_back(static_cast<SegmentNode>(field.value.size()));
+    value_ += lines_.Line();
+    field.segments.push_back(static_cast<SegmentNode>(value_.size()));
+    const bool goesOn = lastResult_ == LineResult::kLine &&
+                        field.source.style == part_.lineEnd.lastStyle &&
+                        field.source.end == static_cast<std::uint64_t>(lines_.LineStart());
+    field.source.end = goesOn ? static_cast<std::uint64_t>(lines_.LineBehind()) : 0;
     lastResult_ = lines_.ReadHeaderLine();
   }
 }
 
-void MessageParser::StoreField(Field field) {
+void MessageParser::StoreField(HeaderNode& field) {
   part_.sizes.Cover(field.name.size(), field.value.size());
+  ClassifyHeader(part_, field.name, field.value);
   // KEEP(own-field-dropped): the count of wrong characters is the library's own and is made anew.
   if (EqualsNoCase(field.name, "X-NoCharsWrongEncoded")) {
-    ClassifyHeader(part_, field.name, field.value);
-    return;
+    part_.headers.pop_back();
   }
-  const HeaderNode& stored = part_.headers.emplace_back(
-      HeaderNode{std::move(field.name), std::move(field.value), std::move(field.segments)});
-  ClassifyHeader(part_, stored.name, stored.value);
 }
 
 // The body begins with the line that was read last and is no part of the header block. Nothing is

@@ -50,17 +50,11 @@ class MessageParser {
   LoadStep Load();
 
  private:
-  struct Field {
-    std::string name;
-    std::string value;
-    SegmentList segments;
-  };
-
   void ReadHeaderBlock();
-  std::optional<Field> RecogniseField() const;
+  bool RecogniseField(HeaderNode& field);
   bool ReadField();
-  void ReadContinuations(Field& field);
-  void StoreField(Field field);
+  void ReadContinuations(HeaderNode& field);
+  void StoreField(HeaderNode& field);
   void FixBodyStart();
   bool ExtractBody();
 
@@ -68,6 +62,7 @@ class MessageParser {
   OpenFile input_;
   BlockReader blocks_;
   LineReader lines_;
+  std::string value_;  // of the field that is being read
   LineResult lastResult_ = LineResult::kEnd;
   std::optional<std::int64_t> pushedBackField_;  // where a field stood that turned out to be body
 };

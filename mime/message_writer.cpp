@@ -125,18 +125,45 @@ bool MessageWriter::WritePending() {
 }
 
 bool MessageWriter::WriteHeaderBlock() {
-  for (const HeaderNode& field : part_.headers) {
+  const bool asRead = request_.attachmentName.empty() && request_.subjectSuffix.empty();
+  HeaderList::const_iterator field = part_.headers.begin();
+  while (field != part_.headers.end()) {
+    if (asRead && IsUnchanged(*field)) {
+      if (!CopyUnchangedFields(field)) {
+        return false;
+      }
+      continue;
+    }
     const bool renamed =
-        !request_.attachmentName.empty() && EqualsNoCase(field.name, "Content-Disposition");
-    if (!(renamed ? RewriteDisposition(field) : WriteField(field))) {
+        !request_.attachmentName.empty() && EqualsNoCase(field->name, "Content-Disposition");
+    if (!(renamed ? RewriteDisposition(*field) : WriteField(*field))) {
       return false;
     }
+    ++field;
   }
   if (!request_.attachmentName.empty()) {
     return WriteNewDisposition();
   }
   // KEEP(no-fields-no-blank-line): a part without fields begins with its body.
   return part_.headers.empty() || WriteLine({});
+}
+
+// Whether the field would be written just as it stands where the part was read from.
+bool MessageWriter::IsUnchanged(const HeaderNode& field) const {
+  return field.source.IsKnown() && field.source.end <= part_.origin.length &&
+         LineEndBytes(field.source.style) == part_.lineEnd.established;
+}
+
+// Copies fields that stand there one behind the other, up to a block in all, and passes over them.
+bool MessageWriter::CopyUnchangedFields(HeaderList::const_iterator& field) {
+  const std::uint64_t begin = field->source.begin;
+  std::uint64_t end = field->source.end;
+  for (++field; field != part_.headers.end() && IsUnchanged(*field) && field->source.begin == end &&
+                field->source.end - begin <= kBlockSize;
+       ++field) {
+    end = field->source.end;
+  }
+  return WritePending() && FileWriteHeld(output_.Handle(), part_.origin, begin, end - begin);
 }
 
 bool MessageWriter::WriteField(const HeaderNode& field) {

@@ -48,6 +48,8 @@ class MessageWriter {
 
  private:
   bool WriteHeaderBlock();
+  bool IsUnchanged(const HeaderNode& field) const;
+  bool CopyUnchangedFields(HeaderList::const_iterator& field);
   bool WriteField(const HeaderNode& field);
   bool RewriteDisposition(const HeaderNode& field);
   bool WriteNewDisposition();

@@ -40,7 +40,7 @@ PartPtr MakeChildPart(const PartState& parent) {
 }
 
 MultipartSplitter::MultipartSplitter(PartState& part, OpenFile& input)
-    : part_(part), input_(input), window_(input) {}
+    : part_(part), window_(input) {}
 
 bool MultipartSplitter::ExtractPreamble() {
   RemoveUnlessKept file(part_.files.encoded);

@@ -51,7 +51,6 @@ class MultipartSplitter {
   void LoadChild(const std::string& name);
 
   PartState& part_;
-  OpenFile& input_;
   InputWindow window_;          // input that is neither written nor skipped yet
   std::size_t windowRoom_ = 0;  // bytes that the window is filled up to
   bool skipping_ = false;       // the blanks behind a delimiter are being skipped

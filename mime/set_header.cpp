@@ -51,6 +51,7 @@ bool ReplaceField(PartState& part, std::string_view name, std::string_view value
     // KEEP(boundary-stays): a new boundary is text only; the delimiters are those that were read.
     field.value = std::string(value);
     field.segments.clear();
+    field.source = {};
     if (EqualsNoCase(name, "content-transfer-encoding")) {
       part.kind.encoding = EncodingSetByHost(value);
     }

@@ -101,8 +101,10 @@ std::int64_t MimePacker::CloseMessage(PartObject* message, char** outBuffer, boo
     return -1;
   }
   return OrFailure(std::int64_t{-1}, [&]() -> std::int64_t {
-    std::array<char, kPathRoom> name{};
+    // A bounded copy fills its room, zeros included.
+    std::array<char, kPathRoom> name;
     message->GetFileName(name.data(), name.size() - 1);
+    name.back() = '\0';
     if (commit) {
       // KEEP(close-ignores-the-commit): the bytes of the file are what the host gets, old or new.
       CommitMessage(message, nullptr, nullptr, nullptr);
