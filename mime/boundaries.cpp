@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "codec/ascii.h"
+#include "mime/text_search.h"
 
 namespace zevka {
 namespace {
@@ -155,17 +156,6 @@ class ParameterReader {
   std::vector<std::uint64_t> hugeCommentEnds_;  // in its stead when the value is larger than that
 };
 
-std::size_t Find(std::string_view block, std::string_view text, std::size_t from) {
-  if (from >= block.size()) {
-    return kNone;
-  }
-  const char* begin = block.data() + from;
-  const void* found = ::memmem(begin, block.size() - from, text.data(), text.size());
-  return found == nullptr
-             ? kNone
-             : static_cast<std::size_t>(static_cast<const char*>(found) - block.data());
-}
-
 struct Match {
   std::size_t candidate = kNone;  // place in the list
   std::size_t position = kNone;
@@ -178,14 +168,14 @@ Match FirstCandidateIn(BoundarySet& set, std::string_view block) {
   Match best;
   if (candidates.size() == 1) {
     if (candidates.front().size() <= kLongestSearched) {
-      best = {0, Find(block, candidates.front(), 0)};
+      best = {0, FindText(block, candidates.front(), 0)};
     }
     return best;
   }
   if (!set.search.IsPrepared()) {
     set.search.Prepare(candidates, kLongestSearched);
   }
-  for (std::size_t at = Find(block, "--", 0); at != kNone; at = Find(block, "--", at + 1)) {
+  for (std::size_t at = FindText(block, "--", 0); at != kNone; at = FindText(block, "--", at + 1)) {
     const std::size_t candidate = set.search.FirstPrefixOf(candidates, block.substr(at));
     if (candidate < best.candidate) {
       best = {candidate, at};
@@ -218,13 +208,13 @@ std::size_t FindBoundary(BoundarySet& set, std::string_view block, bool closing)
     return ChooseBoundary(set, block);
   }
   if (closing) {
-    return Find(block, set.closing, 0);
+    return FindText(block, set.closing, 0);
   }
   // KEEP(delimiter-anywhere): a delimiter need not stand at the start of a line, and one followed
   // by '-' counts in the middle of a text too.
   const std::size_t length = set.chosen.size();
-  for (std::size_t at = Find(block, set.chosen, 0); at != kNone;
-       at = Find(block, set.chosen, at + length)) {
+  for (std::size_t at = FindText(block, set.chosen, 0); at != kNone;
+       at = FindText(block, set.chosen, at + length)) {
     const char next = at + length < block.size() ? block[at + length] : '\0';
     // KEEP(padded-delimiter-missed): blanks behind a delimiter hide it, but for the first one.
     if (next == '\n' || next == '-' || next == '\r') {
