@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "fileio/key_index.h"
 #include "fileio/large_memory.h"
 #include "fileio/memory_budget.h"
 
@@ -19,6 +20,7 @@ namespace zevka {
 namespace {
 
 constinit MemoryFileRegistry* registry ZEVKA_GUARDED_BY(layerMutex) = nullptr;
+constinit KeyIndex index ZEVKA_GUARDED_BY(layerMutex);
 constinit bool begun = false;  // changes only while no file is in use
 
 int CompareKeyPointers(const void* left, const void* right) {
@@ -31,25 +33,36 @@ int ReleaseVisited(const void* /*key*/, void* value, void* /*context*/) {
 }
 
 RegistryResult Find(const NameKey& key, FileHandle*& file) ZEVKA_REQUIRES(layerMutex) {
-  void* value = nullptr;
-  const RegistryResult result = RegistryFind(registry, &key, &value);
-  file = static_cast<FileHandle*>(value);
-  return result;
+  file = index.Find(key);
+  if (registry == nullptr) {
+    return RegistryResult::kNullArgument;
+  }
+  return file == nullptr ? RegistryResult::kNotFound : RegistryResult::kSuccess;
 }
 
 // The key must not be the one inside the record when the record is to be changed or freed.
 RegistryResult TakeOut(const NameKey& key, FileHandle*& file) ZEVKA_REQUIRES(layerMutex) {
+  file = index.Find(key);
+  if (file == nullptr) {
+    return registry == nullptr ? RegistryResult::kNullArgument : RegistryResult::kNotFound;
+  }
   void* value = nullptr;
-  const RegistryResult result = RegistryRemove(registry, &key, &value);
-  file = static_cast<FileHandle*>(value);
-  return result;
+  const NameKey same = key;
+  index.Remove(same);
+  return RegistryRemove(registry, &same, &value);
 }
 
 // `existing` is the record that has the key already, or null when `file` was entered.
 RegistryResult Enter(FileHandle& file, FileHandle*& existing) ZEVKA_REQUIRES(layerMutex) {
+  if (!index.Reserve()) {
+    return RegistryResult::kNoNodeMemory;
+  }
   void* value = nullptr;
   const RegistryResult result = RegistryInsert(registry, &file.key, &file, &value);
   existing = static_cast<FileHandle*>(value);
+  if (result == RegistryResult::kSuccess && existing == nullptr) {
+    index.Add(file.key, &file);
+  }
   return result;
 }
 
@@ -144,6 +157,7 @@ int EndMemoryLayer() {
   {
     const MutexGuard guard(layerMutex);
     ended = std::exchange(registry, nullptr);
+    index.Clear();
   }
   // Without the mutex: each release takes it.
   RegistryDestroy(ended);
