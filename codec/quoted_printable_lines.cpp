@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <string_view>
 
 #include "codec/ascii.h"
@@ -40,13 +39,16 @@ constexpr Encoded Encode(unsigned char c) {
 // Bytes that are encoded at a time.
 constexpr std::size_t kPiece = 512;
 
-char* Append(char* out, const char* text, std::size_t length) {
-  return std::copy_n(text, length, out);
+// The pieces of a line are copied whole, which takes no call and no loop; what is too much is
+// overwritten, and all rooms are large enough for it.
+char* AppendLine(char* out, const QpLineState& state, std::size_t length) {
+  std::memcpy(out, state.line, sizeof(state.line));
+  return out + length;
 }
 
 char* AppendTerminator(char* out, const QpLineState& state) {
-  return Append(out, state.terminator,
-                std::min<std::size_t>(state.terminatorLength, std::size(state.terminator)));
+  std::memcpy(out, state.terminator, sizeof(state.terminator));
+  return out + std::min<std::size_t>(state.terminatorLength, sizeof(state.terminator));
 }
 
 // Writes the line, its last blank encoded, and with a hard break its terminator; gives their end.
@@ -54,11 +56,11 @@ char* EndLine(QpLineState& state, bool lineBreak, char* out) {
   const char* const begin = out;
   const bool endsBlank = state.length != 0 && IsBlank(state.line[state.length - 1]);
   const std::size_t kept = state.length - (endsBlank ? 1U : 0U);
-  out = Append(out, state.line, kept);
+  out = AppendLine(out, state, kept);
   if (endsBlank) {
     // KEEP(qp-line-77): the escape is not measured, so a full line grows to 77 characters.
     const Encoded blank = Escape(static_cast<unsigned char>(state.line[kept]));
-    out = Append(out, blank.characters.data(), blank.length);
+    out = std::copy_n(blank.characters.data(), blank.length, out);
   }
   if (out != begin) {
     state.lineStarted = 1;
@@ -78,7 +80,7 @@ bool WriteText(void* file, const char* begin, const char* end) {
 
 bool WriteSoftBreak(void* file, QpLineState& state) {
   std::array<char, kQpLineEndRoom> line;
-  char* const equals = Append(line.data(), state.line, state.length);
+  char* const equals = AppendLine(line.data(), state, state.length);
   *equals = '=';
   if (!WriteText(file, line.data(), AppendTerminator(equals + 1, state))) {
     return false;
