@@ -37,8 +37,11 @@ void End(SharedBlock* block) {
   if (block->kind == BlockKind::kMalloc) {
     std::free(block->bytes);
   } else if (block->kind == BlockKind::kLarge) {
-    GiveLargeMemory({block->bytes, block->room,
-                     std::max(block->dirty, block->used.load(std::memory_order_relaxed))});
+    // A host that has seen the block may have written anywhere.
+    const std::uint64_t used = block->exposed.load(std::memory_order_relaxed)
+                                   ? block->room
+                                   : block->used.load(std::memory_order_relaxed);
+    GiveLargeMemory({block->bytes, block->room, std::max(block->dirty, used)});
   }
   block->~SharedBlock();
   std::free(block);
@@ -48,6 +51,18 @@ void End(SharedBlock* block) {
 SharedBlock* MakeRecord(BlockKind kind, char* bytes, std::uint64_t room, std::uint64_t dirty) {
   void* const memory = std::malloc(sizeof(SharedBlock));
   return memory == nullptr ? nullptr : new (memory) SharedBlock(kind, bytes, room, dirty);
+}
+
+// The only use ends there: what stands behind belonged to files that are gone.
+void CutUsed(SharedBlock& block, std::uint64_t end) {
+  const std::uint64_t used = block.used.load(std::memory_order_relaxed);
+  if (used <= end) {
+    return;
+  }
+  block.dirty = std::max(block.dirty, used);
+  block.settled.store(std::min(block.settled.load(std::memory_order_relaxed), end),
+                      std::memory_order_relaxed);
+  block.used.store(end, std::memory_order_relaxed);
 }
 
 // The first place at or behind `at` where both texts differ, or the shorter one's end.
@@ -167,7 +182,7 @@ char* BlockUse::Claim(std::uint64_t end, std::uint64_t count) const {
     return nullptr;
   }
   if (IsOnly()) {
-    // What stands behind belonged to files that are gone.
+    CutUsed(*block_, end);
     block_->used.store(end + count, std::memory_order_relaxed);
     return block_->bytes + end;
   }
@@ -186,6 +201,7 @@ bool BlockUse::IsExposed() const {
 }
 
 void BlockUse::ZeroBehind(std::uint64_t end, std::uint64_t room) const {
+  CutUsed(*block_, end);
   const std::uint64_t dirty = std::min(std::max(block_->dirty, end), room);
   std::memset(block_->bytes + end, 0, dirty - end);
   if (dirty == block_->dirty) {

@@ -62,7 +62,7 @@ class BlockUse {
   void MarkExposed() const;
   bool IsExposed() const;
 
-  // Sets the bytes from `end`, the used end, up to `room` to zero.
+  // The only use: sets the bytes from `end`, where the holder's own bytes end, up to `room` to zero.
   void ZeroBehind(std::uint64_t end, std::uint64_t room) const;
 
   // Whether Grow is there for this block: its bytes are not allocated with it.
