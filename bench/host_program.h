@@ -33,11 +33,19 @@ struct HostResult {
   std::uint64_t refused = 0;  // messages that did not open, or could not be written
 };
 
+// How a message gets into the library and out of it.
+enum class HostRoad {
+  kFromMemory,  // OpenMessageFromMemory and CloseMessage: a new name for each message
+  kOwnName,     // a memory file whose name each thread uses again and again, so that the system
+                // knows that nothing of that name is on disk
+  kBySize,      // the second for messages of up to 4 MB, as their bytes are copied out
+};
+
 // Enters a folder of its own: messages from memory have names without a folder, and what does not
 // fit into memory lies there.
 class HostProgram {
  public:
-  HostProgram();
+  explicit HostProgram(HostRoad road = HostRoad::kFromMemory);
 
   // Does the work with one message, and adds to the result. Nothing stays behind.
   // Threads: any number at once.
@@ -45,8 +53,11 @@ class HostProgram {
 
  private:
   void Visit(PartObject& part, const HostWork& work, HostResult& result) const;
+  PartObject* Open(std::string_view bytes, const std::string& ownName) const;
   void Write(PartObject* message, HostResult& result) const;
+  void WriteOwn(PartObject* message, const std::string& name, HostResult& result) const;
 
+  HostRoad road_;
   test::TempDir folder_;
   test::Host host_;
 };

@@ -7,7 +7,9 @@ namespace {
 
 class Zevka : public MailLibrary {
  public:
-  std::string Name() const override { return "zevka"; }
+  explicit Zevka(HostRoad road) : host_(road) {}
+
+  std::string Name() const override { return ZEVKA_LIBRARY_NAME; }
   std::string Version() const override { return ZEVKA_VERSION; }
 
   void Do(std::string_view message, const Job& job, Counters& counters) override {
@@ -29,7 +31,7 @@ class Zevka : public MailLibrary {
 }  // namespace
 
 std::unique_ptr<MailLibrary> MakeLibrary() {
-  return std::make_unique<Zevka>();
+  return std::make_unique<Zevka>(ZEVKA_ROAD);
 }
 
 }  // namespace zevka::bench

@@ -6,6 +6,8 @@ or a busier one, the ratio of the two is what stands.
 
 LIBRARIES = ["gmime", "mimetic", "libetpan"]
 OURS = "zevka"
+# The same library without names of the host's own: each message gets a new one.
+FROM_MEMORY = "zevka_from_memory"
 
 SETS = {
     "a": "25 MB, one base64 attachment",

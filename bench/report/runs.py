@@ -14,7 +14,7 @@ import subprocess
 import sys
 import tempfile
 
-from goals import LIBRARIES, OURS, SETS
+from goals import FROM_MEMORY, LIBRARIES, OURS, SETS
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 BUILD = ROOT / "build" / "bench"
@@ -75,7 +75,7 @@ def say(text):
 
 def jobs(library, name, job, runs, *words):
     # What another library dies of is left out for it; ours dies of nothing.
-    probe = ["--probe"] if name == "corpus" and library != OURS else []
+    probe = ["--probe"] if name == "corpus" and library in LIBRARIES else []
     return lines_of(f"jobs_{library}", "--runs", runs, "--job", job, *probe, *words, name)
 
 
@@ -92,6 +92,7 @@ def round_of_jobs(number, runs):
         for job in ("full", "decode"):
             for library in libraries_of(number):
                 found += jobs(library, name, job, runs)
+        found += jobs(FROM_MEMORY, name, "full", runs)
     return found
 
 

@@ -3,7 +3,7 @@
 import pathlib
 
 from figures import Ratio, Row, figure, pick
-from goals import (CODEC_GOALS, FULL_GOALS, LIBRARIES, MEMORY_GOALS, OURS, SETS, THREADS_GOAL)
+from goals import (CODEC_GOALS, FULL_GOALS, FROM_MEMORY, LIBRARIES, MEMORY_GOALS, OURS, SETS, THREADS_GOAL)
 
 INSTRUCTIONS = pathlib.Path(__file__).resolve().parent.parent / "instructions.tsv"
 
@@ -78,6 +78,17 @@ def full_table(results):
 def decode_table(results):
     rows = [(f"{name}: {SETS[name]}", row, None) for name, row in job_rows(results, "decode")]
     return comparison(rows, False)
+
+
+def roads_table(results):
+    """What names of the host's own are worth to it."""
+    rows = []
+    for name in SETS:
+        found = [figure(results["jobs"], "speed", library=library, set=name, job="full")
+                 for library in (FROM_MEMORY, OURS)]
+        if all(found):
+            rows.append([f"{name}: {SETS[name]}", *map(cell, found)])
+    return table(["", "a new name each time", f"**{OURS}**"], rows)
 
 
 def messages_table(results):
@@ -178,6 +189,7 @@ BLOCKS = {
     "machine": machine_lines,
     "full": full_table,
     "messages": messages_table,
+    "roads": roads_table,
     "decode": decode_table,
     "codecs": codec_table,
     "memory": memory_table,
