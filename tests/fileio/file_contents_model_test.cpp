@@ -347,7 +347,7 @@ void FileContentsModel::CheckAll() {
 }
 
 TEST_F(FileContentsModel, EveryFileIsAsItsModelAfterEachOfManyOperations) {
-  for (int step = 0; step < 6000; ++step) {
+  for (int step = 0; step < 3000; ++step) {
     Step();
     CheckAll();
     if (HasFatalFailure() || HasNonfatalFailure()) {
