@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <string_view>
 
 namespace zevka {
@@ -47,8 +46,13 @@ CpuLevel ChooseCpuLevel(CpuLevel best, const char* wanted) {
   return std::min(best, kCpuLevels[static_cast<std::size_t>(name - kNames.begin())]);
 }
 
+// Nothing about the library is configured from outside.
+[[gnu::weak]] const char* WantedCpuLevel() {
+  return nullptr;
+}
+
 CpuLevel ActiveCpuLevel() {
-  static const CpuLevel level = ChooseCpuLevel(BestCpuLevel(), secure_getenv("ZEVKA_CPU_LEVEL"));
+  static const CpuLevel level = ChooseCpuLevel(BestCpuLevel(), WantedCpuLevel());
   return level;
 }
 

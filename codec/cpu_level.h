@@ -1,7 +1,7 @@
 // Which vector instructions the coders use. A level is chosen once for the process: the best that
-// machine and system allow, or a lower one that the environment variable ZEVKA_CPU_LEVEL names
-// (plain, sse, avx2, avx512). Every level gives the same bytes and the same state; the plain one
-// has no vector code and is what the others are held against.
+// machine and system allow. The library asks nobody else; a program that is linked from its objects
+// may ask for a lower one (WantedCpuLevel), as tests do. Every level gives the same bytes and the
+// same state; the plain one has no vector code and is what the others are held against.
 //
 // Threads: any.
 #ifndef ZEVKA_CODEC_CPU_LEVEL_H
@@ -31,8 +31,11 @@ CpuLevel BestCpuLevel();
 //           other text
 CpuLevel ChooseCpuLevel(CpuLevel best, const char* wanted);
 
-// The level of this process. The environment is read at the first call only, and not at all in a
-// process with privileges that its user does not have.
+// The name of the level that is wanted. The library's own answer, null, is a weak symbol: a program
+// linked from its objects that defines the function gets its own.
+const char* WantedCpuLevel();
+
+// The level of this process; what is wanted is asked at the first call only.
 CpuLevel ActiveCpuLevel();
 
 }  // namespace zevka

@@ -38,7 +38,7 @@ TEST(CpuLevel, WantedLevelIsUsedWhenTheMachineHasIt) {
   }
 }
 
-TEST(CpuLevel, ActiveLevelIsTheOneThatTheEnvironmentNamed) {
+TEST(CpuLevel, ActiveLevelIsTheOneThatWasWanted) {
   const CpuLevel before = ActiveCpuLevel();
   EXPECT_EQ(before, ChooseCpuLevel(BestCpuLevel(), std::getenv("ZEVKA_CPU_LEVEL")));
   // It is read once.
