@@ -1,5 +1,8 @@
 #include "fileio/file_views.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "fileio/file_handle.h"
 #include "fileio/file_operations.h"
 #include "fileio/layered_files.h"
@@ -73,7 +76,14 @@ void FileExpectSize(void* handle, std::uint64_t bytes) {
 
 HeldBytes FileHold(void* handle) {
   FileHandle* const file = MemoryFileOf(handle);
-  return file == nullptr ? HeldBytes() : file->contents.Hold();
+  if (file == nullptr) {
+    return {};
+  }
+  HeldBytes held = file->contents.Hold();
+  const std::uint64_t before = std::min(static_cast<std::uint64_t>(file->position), held.length);
+  held.begin += before;
+  held.length -= before;
+  return held;
 }
 
 void FileExpectBytes(void* handle, const HeldBytes& bytes) {

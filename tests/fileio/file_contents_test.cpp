@@ -524,7 +524,9 @@ TEST(FileContentsThreads, FilesThatShareABlockGoOnInTheirOwnThreads) {
   const std::string text(5000, 'x');
   void* const source = FileOpen("source", "w+b");
   FileWrite(text.data(), text.size(), 1, source);
+  FileSeek(source, 0, SEEK_SET);
   const HeldBytes held = FileHold(source);
+  ASSERT_EQ(held.length, 5000U);
   std::vector<std::thread> threads;
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
