@@ -244,6 +244,20 @@ TEST_F(UnchangedFields, AndOthersAtRandomAreWrittenAsOneWriteEach) {
   }
 }
 
+// Lines that are made anew are gathered up to a block; gathered further, they would take another
+// capacity: 8192, 16384 and 32768 each by itself, 8192 and 20480 with the last two together.
+TEST_F(UnchangedFields, OrChangedOnesTakeTheCapacityOfOneWriteEach) {
+  const std::vector<std::string> values = {Repeat("a", 5000), Repeat("b", 3500), Repeat("c", 9000)};
+  ExpectWritten(
+      {Same("A: 1\r\n"), Same("B: 2\r\n"), Same("C: 3\r\n")},
+      {"A: " + values[0] + "\r\n", "B: " + values[1] + "\r\n", "C: " + values[2] + "\r\n"},
+      [&](MIMEPart& part) {
+        EXPECT_EQ(part.SetHeader("A", values[0].c_str(), 1), 1);
+        EXPECT_EQ(part.SetHeader("B", values[1].c_str(), 1), 1);
+        EXPECT_EQ(part.SetHeader("C", values[2].c_str(), 1), 1);
+      });
+}
+
 // The message's file is written over, and a host may have it open, or write to it, before.
 TEST_F(UnchangedFields, AreThoseThatWereReadWhateverBecameOfTheFile) {
   const std::string text = "A: 1\r\nB: 2\r\n\r\nbody\r\n";
