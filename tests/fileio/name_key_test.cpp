@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/random_bytes.h"
 
 namespace zevka {
 namespace {
@@ -70,6 +74,63 @@ TEST(NameKey, NamesFilledUpWithTheirLengthCollide) {
 
 TEST(NameKey, NamesThatDifferInOneByteDoNotCollide) {
   EXPECT_NE(KeyOf("filename-00000001"), KeyOf("filename-00000002"));
+}
+
+// Keys of names are remembered, and worked out from where a name differs from the last one.
+TEST(NameKey, ANameHasItsKeyWhateverNamesCameBefore) {
+  test::RandomBytes random(test::TestSeed());
+  std::string begin;  // that the names of one message have in common
+  for (int i = 0; i < 30000; ++i) {
+    if (random.Number(20) == 0) {
+      begin = random.From("/abcdef\x80\xFF", random.Number(130));
+    }
+    std::string name = begin.substr(0, random.Number(3) == 0 ? random.Number(130) : 130);
+    if (random.Number(3) != 0) {
+      name += random.From("_01d\xE4", random.Number(4));
+    }
+    ASSERT_EQ(KeyOfName(name.c_str()), KeyOf(name)) << name << " seed " << test::TestSeed();
+  }
+}
+
+TEST(NameKey, NamesWithACommonBeginningOfEveryLengthHaveTheirKeys) {
+  for (std::size_t common = 0; common <= 130; ++common) {
+    for (const std::size_t more : {0U, 1U, 3U, 4U, 15U, 16U, 17U, 33U}) {
+      const std::string begin(common, 'c');
+      for (const std::string& name :
+           {begin + std::string(more, 'x'), begin + std::string(more, 'y'), begin,
+            begin + std::string(more, 'x'), std::string("other name")}) {
+        ASSERT_EQ(KeyOfName(name.c_str()), KeyOf(name)) << name;
+      }
+    }
+  }
+}
+
+// Names that end alike are remembered in one place.
+TEST(NameKey, NamesThatEndAlikeHaveTheirOwnKeys) {
+  for (int round = 0; round < 3; ++round) {
+    for (std::size_t length = 0; length <= 112; ++length) {
+      for (const char first : {'a', 'b'}) {
+        const std::string name = std::string(length, first) + "/message";
+        ASSERT_EQ(KeyOfName(name.c_str()), KeyOf(name)) << name;
+      }
+    }
+  }
+}
+
+TEST(NameKeyThreads, EachThreadFindsTheKeysOfItsNames) {
+  std::vector<std::thread> threads;
+  for (std::uint64_t thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([thread] {
+      test::RandomBytes random(test::TestSeed() + thread);
+      for (int i = 0; i < 2000; ++i) {
+        const std::string name = "/folder/of/messages/" + random.From("ab", random.Number(8));
+        EXPECT_EQ(KeyOfName(name.c_str()), KeyOf(name)) << name;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 }
 
 TEST(NameKey, HighHalfOrdersBeforeLowHalfAndBothAreUnsigned) {

@@ -177,6 +177,47 @@ TEST_F(LineReaderTest, CutsALineOf4096Characters) {
   }
 }
 
+// Where a line lies in its block tells neither what is read of it nor where it begins.
+TEST_F(LineReaderTest, ReadsLongLinesAtEveryOffsetFromTheEndOfABlock) {
+  for (const std::size_t length : {4094U, 4095U, 4096U, 4097U}) {
+    const std::string line = Repeat("0123456789", 410).substr(0, length);
+    for (const std::string end : {"\r\n", "\r", "\n"}) {
+      for (std::size_t before = 1; before <= 4097;
+           before += before < 20 || before > 4070 ? 1 : 131) {
+        const std::string first = Repeat("f", before == 4097 ? 4095 : before - 1);
+        const std::string text = first + "\n" + line + end + "next" + end + "last";
+        std::vector<Read> expected = PlainLines(text);
+        if (length >= 4096) {
+          expected.resize(1);
+          expected.push_back(
+              {kEnd, line.substr(0, 4096), static_cast<std::int64_t>(first.size() + 1)});
+        }
+        ASSERT_EQ(ReadLines(text, 4096), expected) << before << ' ' << length;
+      }
+    }
+  }
+}
+
+// A header line that began in an earlier block is read as it stands, and so is what is behind it.
+TEST_F(LineReaderTest, ReadsHeaderLinesThatLieAcrossTheEdge) {
+  for (const std::string end : {"\r\n", "\r", "\n"}) {
+    for (std::size_t before = 4060; before <= 4100; ++before) {
+      const std::string first = "A: " + Repeat("a", (before - 3) / 2);
+      const std::string second = "B: " + Repeat("b", before - 3 - first.size() - 2 * end.size());
+      const std::string text = first + end + second + end + "C: third" + end + end + "body" + end;
+      const std::vector<HeaderRead> reads = ReadHeaderLines(text);
+      const auto at = [](std::size_t place) { return static_cast<std::int64_t>(place); };
+      const std::size_t third = first.size() + second.size() + 2 * end.size();
+      ASSERT_EQ(reads, (std::vector<HeaderRead>{
+                           {kLine, first, 0, end, true},
+                           {kLine, second, at(first.size() + end.size()), end, true},
+                           {kLine, "C: third", at(third), end, true},
+                           {kLine, "body", at(third + 8 + 2 * end.size()), end, false}}))
+          << before;
+    }
+  }
+}
+
 TEST_F(LineReaderTest, RemembersTheFirstAndTheLastStyle) {
   struct Case {
     std::string text;
