@@ -217,6 +217,51 @@ TEST_F(FileViews, HeldBytesGoToADiskFileToo) {
   EXPECT_EQ(DiskBytes(Path("to")), "23456");
 }
 
+// --- What all this is for: the same memory.
+
+TEST_F(FileViews, WhatIsTakenOverIsNotCopied) {
+  MakeFile(Path("source"), std::string(5000, 's'));
+  OpenFile source(Path("source"), "rb");
+  const HeldBytes held = FileHold(source.Handle());
+  EXPECT_EQ(held.Text().data(), DataOf(source.Handle()));
+  for (const bool heldOnes : {false, true}) {
+    OpenFile out(Path("to"), "w+b");
+    source.Seek(0);
+    for (int i = 0; i < 5; ++i) {
+      ASSERT_TRUE(
+          heldOnes ? FileWriteHeld(out.Handle(), held, static_cast<std::uint64_t>(i) * 1000, 1000)
+                   : out.WriteTaken(source, source.Take(1000, spare_)));
+    }
+    EXPECT_EQ(DataOf(out.Handle()), held.Text().data());
+    EXPECT_EQ(Record(out.Handle()).contents.Run(0).size(), 5000U);
+  }
+}
+
+TEST_F(FileViews, WhatWasExpectedIsNotCopiedAsFarAsItIsTheSame) {
+  MakeFile(Path("source"), std::string(5000, 's'));
+  OpenFile source(Path("source"), "rb");
+  const HeldBytes held = FileHold(source.Handle());
+  OpenFile out(Path("to"), "w+b");
+  FileExpectBytes(out.Handle(), held);
+  ASSERT_TRUE(out.Write(std::string(100, 's')));
+  ASSERT_TRUE(out.Write(std::string(2900, 's') + "other"));
+  EXPECT_EQ(DataOf(out.Handle()), held.Text().data());
+  EXPECT_EQ(Record(out.Handle()).contents.Run(0).size(), 3000U);
+  EXPECT_EQ(Record(out.Handle()).contents.Run(3000), "other");
+}
+
+TEST_F(FileViews, SmallPiecesAmongOthersAreCopied) {
+  MakeFile(Path("source"), std::string(5000, 's'));
+  OpenFile source(Path("source"), "rb");
+  OpenFile out(Path("to"), "w+b");
+  ASSERT_TRUE(out.Write("first"));
+  for (int i = 0; i < 200; ++i) {
+    source.Seek(i);
+    ASSERT_TRUE(out.WriteTaken(source, source.Take(20, spare_)));
+  }
+  EXPECT_EQ(Record(out.Handle()).contents.Run(0).size(), 4005U);
+}
+
 // Hints change no result, right or wrong.
 TEST_F(FileViews, HintsChangeNeitherBytesNorCapacity) {
   MakeFile(Path("source"), std::string(5000, 's'));

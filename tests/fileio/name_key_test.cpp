@@ -105,6 +105,15 @@ TEST(NameKey, NamesWithACommonBeginningOfEveryLengthHaveTheirKeys) {
   }
 }
 
+// What was worked out for a longer name with another beginning is not taken up again.
+TEST(NameKey, ANameWithTheMiddleOfAnEarlierOneHasItsOwnKey) {
+  const std::string middle(48, 'x');
+  for (const std::string& name : {std::string(16, 'a') + middle, std::string(16, 'b'),
+                                  std::string(16, 'b') + middle, std::string(16, 'a')}) {
+    ASSERT_EQ(KeyOfName(name.c_str()), KeyOf(name)) << name;
+  }
+}
+
 // Names that end alike are remembered in one place.
 TEST(NameKey, NamesThatEndAlikeHaveTheirOwnKeys) {
   for (int round = 0; round < 3; ++round) {
