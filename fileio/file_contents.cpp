@@ -17,7 +17,11 @@ constexpr std::uint64_t kLargestTailRoom = 1 << 20;  // bytes
 constexpr std::uint64_t kSmallestCapacity = 4096;    // bytes; of a file with contents
 // Bytes; a smaller piece among others is copied, as keeping track of it costs as much.
 constexpr std::uint64_t kWorthSharing = 2048;
-constexpr std::uint64_t kCompactAbove = 1 << 20;  // bytes held beyond the contents
+// Bytes: what contents may hold beyond a multiple of their size, and the memory of all blocks above
+// which they are held to the lower bound.
+constexpr std::uint64_t kStrictAbove = 65536;
+constexpr std::uint64_t kLaxAbove = 1 << 20;
+constexpr std::uint64_t kMostBlockBytes = 256 << 20;
 
 // A message that was opened from memory is taken away as a malloc block in the end.
 BlockUse MakeBlock(std::uint64_t room, bool mayBeTaken) {
@@ -239,21 +243,21 @@ bool FileContents::AppendFrom(FileContents& from, std::uint64_t at, std::uint64_
   return AppendPiece(source.block, source.begin + place.offset, count, capacity);
 }
 
-bool FileContents::AppendHeld(const HeldBytes& bytes, std::uint64_t at, std::uint64_t count,
+bool FileContents::AppendHeld(const HeldText& bytes, std::uint64_t at, std::uint64_t count,
                               std::uint64_t capacity) {
   return AppendPiece(bytes.block, bytes.begin + at, count, capacity);
 }
 
-HeldBytes FileContents::Hold() {
+HeldText FileContents::Hold() {
   UseFlat();
-  if (!first_.block || first_.block.IsExposed()) {
+  if (!first_.block || first_.block.IsExposed() || BlockBytes() > kMostBlockBytes) {
     return {};
   }
   first_.block.Settle();
   return {first_.block, first_.begin, first_.length};
 }
 
-void FileContents::Expect(const HeldBytes& bytes) {
+void FileContents::Expect(const HeldText& bytes) {
   if (size_ == 0 && bytes.block) {
     first_ = {bytes.block, bytes.begin, 0};
   }
@@ -363,12 +367,8 @@ void FileContents::Clear() {
   lastStart_ = 0;
 }
 
-void FileContents::Compact() {
-  UseFlat();
-  if (!first_.block) {
-    return;
-  }
-  // Most of the pieces are usually those of one large block.
+// Most of the pieces are usually those of one large block.
+std::uint64_t FileContents::HeldBytes() const {
   const BlockUse* largest = &first_.block;
   for (const Piece& piece : more_) {
     largest = piece.block.Room() > largest->Room() ? &piece.block : largest;
@@ -380,7 +380,16 @@ void FileContents::Compact() {
     held += block == *largest || block == *before ? 0 : block.Room();
     before = &block;
   }
-  if (held > 2 * size_ + kCompactAbove) {
+  return held;
+}
+
+void FileContents::Compact(Thrift thrift) {
+  UseFlat();
+  if (!first_.block) {
+    return;
+  }
+  const bool strict = thrift == Thrift::kStrict || BlockBytes() > kMostBlockBytes;
+  if (HeldBytes() > (strict ? 2 * size_ + kStrictAbove : 16 * size_ + kLaxAbove)) {
     static_cast<void>(Flatten(size_ + 1));
   }
 }

@@ -22,7 +22,7 @@
 namespace zevka {
 
 // What stands at a place of a block, held so that it stays.
-struct HeldBytes {
+struct HeldText {
   BlockUse block;
   std::uint64_t begin = 0;
   std::uint64_t length = 0;
@@ -57,16 +57,16 @@ class FileContents {
   bool AppendFrom(FileContents& from, std::uint64_t at, std::uint64_t count,
                   std::uint64_t capacity);
   // The same from what is held.
-  bool AppendHeld(const HeldBytes& bytes, std::uint64_t at, std::uint64_t count,
+  bool AppendHeld(const HeldText& bytes, std::uint64_t at, std::uint64_t count,
                   std::uint64_t capacity);
 
   // Tells that an empty file will be about that large.
   void ExpectSize(std::uint64_t bytes) { expectedSize_ = bytes; }
   // A hold on the first piece, unless a host may write there.
-  HeldBytes Hold();
+  HeldText Hold();
   // Tells that an empty file will hold much of what is held: what is appended is compared and, as
   // long as it is the same, taken from there.
-  void Expect(const HeldBytes& bytes);
+  void Expect(const HeldText& bytes);
 
   // All bytes in one block of their own with zeros behind them up to `capacity`; a host may write
   // there. Null without memory.
@@ -84,8 +84,9 @@ class FileContents {
   void Clear();
 
   // Copies everything to a block of its own when what is held of others is far more than the
-  // contents; nothing without memory.
-  void Compact();
+  // contents; nothing without memory. Files that outlive their message are held to less.
+  enum class Thrift { kLax, kStrict };
+  void Compact(Thrift thrift);
 
   // Calls `visit` with the bytes of each piece, in order, while it gives true; false when it did
   // not.
@@ -129,6 +130,7 @@ class FileContents {
   std::uint64_t FirstRoom(std::uint64_t need, std::uint64_t capacity) const;
   void CopyTo(char* buffer) const;
   bool Flatten(std::uint64_t room);
+  std::uint64_t HeldBytes() const;
   bool CanExpose(std::uint64_t room, bool idle) const;
 
   std::uint64_t size_ = 0;

@@ -62,9 +62,9 @@ bool FileWriteTaken(void* handle, void* from, std::string_view taken) {
   return FileWriteFrom(handle, from, end - taken.size(), taken);
 }
 
-bool FileWriteHeld(void* handle, const HeldBytes& from, std::uint64_t at, std::uint64_t count) {
+bool FileWriteHeld(void* handle, const HeldText& from, std::uint64_t at, std::uint64_t count) {
   FileHandle* const file = MemoryFileOf(handle);
-  return (file != nullptr && ShareHeldBytes(*file, from, at, count)) ||
+  return (file != nullptr && ShareHeldText(*file, from, at, count)) ||
          FileWrite(from.Text().data() + at, count, 1, handle) == 1;
 }
 
@@ -74,19 +74,19 @@ void FileExpectSize(void* handle, std::uint64_t bytes) {
   }
 }
 
-HeldBytes FileHold(void* handle) {
+HeldText FileHold(void* handle) {
   FileHandle* const file = MemoryFileOf(handle);
   if (file == nullptr) {
     return {};
   }
-  HeldBytes held = file->contents.Hold();
+  HeldText held = file->contents.Hold();
   const std::uint64_t before = std::min(static_cast<std::uint64_t>(file->position), held.length);
   held.begin += before;
   held.length -= before;
   return held;
 }
 
-void FileExpectBytes(void* handle, const HeldBytes& bytes) {
+void FileExpectBytes(void* handle, const HeldText& bytes) {
   FileHandle* const file = MemoryFileOf(handle);
   if (file != nullptr) {
     file->contents.Expect(bytes);

@@ -34,17 +34,17 @@ bool FileWriteFrom(void* handle, void* from, std::uint64_t at, std::string_view 
 bool FileWriteTaken(void* handle, void* from, std::string_view taken);
 
 // Writes `count` bytes of what is held, in the same way.
-bool FileWriteHeld(void* handle, const HeldBytes& from, std::uint64_t at, std::uint64_t count);
+bool FileWriteHeld(void* handle, const HeldText& from, std::uint64_t at, std::uint64_t count);
 
 // A hold on what an open memory file holds from its position on, as far as it lies together from its
 // start on; on nothing for a disk file, and where a host may write.
-HeldBytes FileHold(void* handle);
+HeldText FileHold(void* handle);
 
 // Hints that change no result. The file was opened for writing and is empty.
 // It will hold about that many bytes:
 void FileExpectSize(void* handle, std::uint64_t bytes);
 // It will hold much of that:
-void FileExpectBytes(void* handle, const HeldBytes& bytes);
+void FileExpectBytes(void* handle, const HeldText& bytes);
 
 }  // namespace zevka
 

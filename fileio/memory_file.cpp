@@ -241,8 +241,7 @@ bool ShareMemoryFile(FileHandle& file, FileHandle& from, std::uint64_t at, std::
          });
 }
 
-bool ShareHeldBytes(FileHandle& file, const HeldBytes& from, std::uint64_t at,
-                    std::uint64_t bytes) {
+bool ShareHeldText(FileHandle& file, const HeldText& from, std::uint64_t at, std::uint64_t bytes) {
   return at <= from.length && bytes <= from.length - at && AppendShared(file, bytes, [&] {
            return file.contents.AppendHeld(from, at, bytes, file.capacity);
          });

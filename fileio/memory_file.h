@@ -38,7 +38,7 @@ std::string_view ReadMemoryView(FileHandle& file, std::size_t bytes);
 // Result: false, with nothing done, where that cannot be, as they are no such view.
 bool ShareMemoryFile(FileHandle& file, FileHandle& from, std::uint64_t at, std::string_view bytes);
 // The same with what is held from `at` on.
-bool ShareHeldBytes(FileHandle& file, const HeldBytes& from, std::uint64_t at, std::uint64_t bytes);
+bool ShareHeldText(FileHandle& file, const HeldText& from, std::uint64_t at, std::uint64_t bytes);
 
 // Writes whole items at the position, or at the end with the append flag. Flags stay as they are.
 // Result: the items written, 0 for items of 0 bytes. 0 with the error flag and EBADF without the

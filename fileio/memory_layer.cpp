@@ -215,6 +215,9 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
 }
 
 void CloseMemoryFile(FileHandle& file) {
+  if ((file.openFlags & kOpenWrite) != 0) {
+    file.contents.Compact(FileContents::Thrift::kLax);
+  }
   EndedFile ended;
   FileContents contents;
   const MutexGuard guard(layerMutex);
@@ -322,6 +325,10 @@ RegistryResult RenameMemoryFile(const NameKey& oldKey, const char* newName) {
   result = Enter(*file, existing);
   if (existing != nullptr) {
     MoveContents(*file, *existing, replaced);
+  }
+  FileHandle& renamed = existing == nullptr ? *file : *existing;
+  if (renamed.openFlags == 0) {
+    renamed.contents.Compact(FileContents::Thrift::kStrict);
   }
   if (existing != nullptr || result != RegistryResult::kSuccess) {
     ended.Take(file);

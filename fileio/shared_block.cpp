@@ -33,7 +33,16 @@ struct SharedBlock {
 
 namespace {
 
+constexpr std::uint64_t kSmallBlock = 65536;  // bytes; smaller ones are not worth counting
+
+constinit std::atomic<std::uint64_t> blockBytes{0};
+
+std::uint64_t Counted(std::uint64_t room) {
+  return room < kSmallBlock ? 0 : room;
+}
+
 void End(SharedBlock* block) {
+  blockBytes.fetch_sub(Counted(block->room), std::memory_order_relaxed);
   if (block->kind == BlockKind::kMalloc) {
     std::free(block->bytes);
   } else if (block->kind == BlockKind::kLarge) {
@@ -50,7 +59,11 @@ void End(SharedBlock* block) {
 // Null without memory.
 SharedBlock* MakeRecord(BlockKind kind, char* bytes, std::uint64_t room, std::uint64_t dirty) {
   void* const memory = std::malloc(sizeof(SharedBlock));
-  return memory == nullptr ? nullptr : new (memory) SharedBlock(kind, bytes, room, dirty);
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  blockBytes.fetch_add(Counted(room), std::memory_order_relaxed);
+  return new (memory) SharedBlock(kind, bytes, room, dirty);
 }
 
 // The only use ends there: what stands behind belonged to files that are gone.
@@ -80,6 +93,10 @@ std::size_t Mismatch(const char* left, std::string_view right) {
 
 }  // namespace
 
+std::uint64_t BlockBytes() {
+  return blockBytes.load(std::memory_order_relaxed);
+}
+
 BlockUse BlockUse::Make(std::uint64_t room) {
   if (room >= kLargeMemory) {
     const LargeMemory memory = TakeLargeMemory(room);
@@ -96,6 +113,7 @@ BlockUse BlockUse::Make(std::uint64_t room) {
   if (memory == nullptr) {
     return {};
   }
+  blockBytes.fetch_add(Counted(room), std::memory_order_relaxed);
   char* const bytes = static_cast<char*>(memory) + sizeof(SharedBlock);
   return BlockUse(new (memory) SharedBlock(BlockKind::kTogether, bytes, room, room));
 }
@@ -214,22 +232,24 @@ bool BlockUse::CanGrow() const {
 }
 
 bool BlockUse::Grow(std::uint64_t room) const {
+  const std::uint64_t before = block_->room;
   if (block_->kind == BlockKind::kLarge) {
-    LargeMemory memory = {block_->bytes, block_->room, block_->dirty};
+    LargeMemory memory = {block_->bytes, before, block_->dirty};
     if (!GrowLargeMemory(memory, room)) {
       return false;
     }
     block_->bytes = memory.bytes;
     block_->room = memory.room;
-    return true;
+  } else {
+    char* const bytes = static_cast<char*>(std::realloc(block_->bytes, room));
+    if (bytes == nullptr) {
+      return false;
+    }
+    block_->bytes = bytes;
+    block_->room = room;
+    block_->dirty = room;
   }
-  char* const bytes = static_cast<char*>(std::realloc(block_->bytes, room));
-  if (bytes == nullptr) {
-    return false;
-  }
-  block_->bytes = bytes;
-  block_->room = room;
-  block_->dirty = room;
+  blockBytes.fetch_add(Counted(block_->room) - Counted(before), std::memory_order_relaxed);
   return true;
 }
 

@@ -5,6 +5,9 @@
 // Bytes are given out from the front on: those behind the used end are nobody's until a file claims
 // them. The block goes with its last use.
 //
+// A small piece keeps all of its block, so the memory of blocks is counted by itself: see
+// BlockBytes.
+//
 // Threads: uses of one block may be held by files of several threads.
 #ifndef ZEVKA_FILEIO_SHARED_BLOCK_H
 #define ZEVKA_FILEIO_SHARED_BLOCK_H
@@ -18,6 +21,9 @@
 namespace zevka {
 
 struct SharedBlock;
+
+// The bytes of all blocks that are not small.
+std::uint64_t BlockBytes();
 
 // One use of a block, or none.
 class BlockUse {
@@ -62,7 +68,8 @@ class BlockUse {
   void MarkExposed() const;
   bool IsExposed() const;
 
-  // The only use: sets the bytes from `end`, where the holder's own bytes end, up to `room` to zero.
+  // The only use: sets the bytes from `end`, where the holder's own bytes end, up to `room` to
+  // zero.
   void ZeroBehind(std::uint64_t end, std::uint64_t room) const;
 
   // Whether Grow is there for this block: its bytes are not allocated with it.

@@ -60,7 +60,7 @@ struct Classification {
 struct PartState {
   std::int32_t depth = 0;  // 0 for a message; a child has its parent's and 1
   BodyFiles files;
-  HeldBytes origin;  // the text that the part was read from, where it lies in memory
+  HeldText origin;  // the text that the part was read from, where it lies in memory
   LineEnd lineEnd;
   HeaderList headers;
   HeaderSizes sizes;

@@ -190,7 +190,7 @@ class FileContentsModel : public LayerFixture {
 
   RandomBytes random_{TestSeed()};
   std::array<File, kFiles> files_;
-  HeldBytes held_;
+  HeldText held_;
   std::string heldBytes_;
 };
 

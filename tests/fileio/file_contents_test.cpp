@@ -182,7 +182,7 @@ TEST_F(SharedContents, WhatAHostWritesGoesToOneFileOnly) {
 TEST_F(SharedContents, AnOldHoldStaysAsItWasWhateverBecomesOfTheFile) {
   ForTwins([this](const std::string& text) {
     OpenFile in(Path("one"), "rb");
-    const HeldBytes held = FileHold(in.Handle());
+    const HeldText held = FileHold(in.Handle());
     in.Close();
     ASSERT_TRUE(held.Text() == text);
     Overwrite("one", 0, "X");
@@ -246,7 +246,7 @@ class Heir : public SharedContents {
   void MakeHeir(const std::string& text, std::size_t length, std::uint64_t expected) {
     Make("before", text, expected);
     OpenFile in(Path("before"), "rb");
-    const HeldBytes held = FileHold(in.Handle());
+    const HeldText held = FileHold(in.Handle());
     in.Close();
     ASSERT_TRUE(held.Text() == text);
     OpenFile out(Path("heir"), "w+b");
@@ -423,7 +423,7 @@ TEST_F(SharedSpill, SharingBeyondTheBudgetGoesToDisk) {
 TEST_F(SharedSpill, HeldBytesBeyondTheBudgetGoToDisk) {
   Make("one", Text(100000));
   OpenFile in(Path("one"), "rb");
-  const HeldBytes held = FileHold(in.Handle());
+  const HeldText held = FileHold(in.Handle());
   in.Close();
   LeaveInBudget(4096);
   OpenFile out(Path("two"), "w+b");
@@ -525,7 +525,7 @@ TEST(FileContentsThreads, FilesThatShareABlockGoOnInTheirOwnThreads) {
   void* const source = FileOpen("source", "w+b");
   FileWrite(text.data(), text.size(), 1, source);
   FileSeek(source, 0, SEEK_SET);
-  const HeldBytes held = FileHold(source);
+  const HeldText held = FileHold(source);
   ASSERT_EQ(held.length, 5000U);
   std::vector<std::thread> threads;
   for (int thread = 0; thread < kThreads; ++thread) {

@@ -159,7 +159,7 @@ TEST_F(FileViews, WithoutTheRightToWriteNothingIsTakenOver) {
   EXPECT_FALSE(to.WriteTaken(source, source.Take(5000, spare_)));
   EXPECT_EQ(errno, EBADF);
   EXPECT_TRUE(to.Failed());
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   FileClearError(to.Handle());
   EXPECT_FALSE(FileWriteHeld(to.Handle(), held, 0, held.length));
   EXPECT_TRUE(to.Failed());
@@ -209,7 +209,7 @@ TEST_F(FileViews, NothingIsHeldOfADiskFileOrAnEmptyOne) {
 TEST_F(FileViews, HeldBytesGoToADiskFileToo) {
   MakeFile(Path("source"), "0123456789");
   OpenFile source(Path("source"), "rb");
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   WriteDisk(Path("to"), "");
   OpenFile out(Path("to"), "wb");
   ASSERT_TRUE(FileWriteHeld(out.Handle(), held, 2, 5));
@@ -266,7 +266,7 @@ TEST_F(FileViews, SmallPiecesAmongOthersAreCopied) {
 TEST_F(FileViews, HintsChangeNeitherBytesNorCapacity) {
   MakeFile(Path("source"), std::string(5000, 's'));
   OpenFile source(Path("source"), "rb");
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   for (const std::uint64_t hint : {0U, 1U, 4095U, 4096U, 100000U, 262144U, 30000000U}) {
     for (const std::string& text : {std::string(5000, 's'), std::string(4095, 's') + "x",
                                     std::string("x"), std::string(20000, 's')}) {
@@ -307,7 +307,7 @@ TEST_F(FileViews, AFileOfWhichMuchWasExpectedIsEmptyUntilItIsWritten) {
 TEST_F(FileViews, AWrappedTableSeesEveryReadAndWrite) {
   MakeFile(Path("source"), std::string(5000, 's'));
   OpenFile source(Path("source"), "rb");
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   OpenFile out(Path("to"), "w+b");
   FaultTable faults;
   faults.FailNothing();
