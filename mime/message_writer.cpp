@@ -78,7 +78,8 @@ bool MessageWriter::Begin() {
     return false;
   }
   FileExpectBytes(output_.Handle(), part_.origin);
-  if (!WriteHeaderBlock() || !WritePending() || !WriteBody()) {
+  // Nothing is pending while other files go or come: the budget may be short.
+  if (!WriteHeaderBlock() || !WritePending() || !WriteBody() || !WritePending()) {
     return false;
   }
   // Before the children: the text of an embedded message is written to the name of this part's
@@ -321,7 +322,7 @@ bool MessageWriter::AppendText(OpenFile& text, std::size_t step, bool& copied) {
 
 bool MessageWriter::AppendChildText(OpenFile& text) {
   bool copied = false;
-  return AppendText(text, kBlockSize, copied) && (copied || WriteLine({}));
+  return AppendText(text, kBlockSize, copied) && (copied || WriteLine({})) && WritePending();
 }
 
 bool MessageWriter::AppendEmbedded(const PartNode& child) {

@@ -35,9 +35,11 @@ bool IsSet(int flag) {
 }
 
 // Brings a body to disk; the part remembers when a piece of it may lie there.
-bool CommitBody(BodyFiles& files, const std::string& name) {
+bool CommitBody(PartState& part, const std::string& name) {
   const bool done = CommitFile(name);
-  files.pieceOnDisk = files.pieceOnDisk || !done;
+  part.files.pieceOnDisk = part.files.pieceOnDisk || !done;
+  // What was held for the writer would keep the body in memory.
+  part.origin = {};
   return done;
 }
 
@@ -225,8 +227,10 @@ std::uint64_t MIMEPart::ReadEncodedBody(void* buf, std::uint64_t sizeBytes,
   });
 }
 std::uint64_t MIMEPart::WriteEncodedBody(const void* buf, std::uint64_t sizeBytes) {
-  return Locked(std::uint64_t{0},
-                [&] { return WriteBody(state_, BodyKind::kEncoded, buf, sizeBytes); });
+  return Locked(std::uint64_t{0}, [&] {
+    state_.origin = {};
+    return WriteBody(state_, BodyKind::kEncoded, buf, sizeBytes);
+  });
 }
 
 // KEEP(removed-part-still-rewinds): what asks no file and gives no field or child works on a
@@ -302,7 +306,7 @@ int MIMEPart::DoGetDecodedBodyFile(char* buf, int commit) {
     return 0;
   }
   CopyPadded(buf, kPathRoom, *name);
-  return !IsSet(commit) || CommitBody(state_.files, *name) ? 1 : 0;
+  return !IsSet(commit) || CommitBody(state_, *name) ? 1 : 0;
 }
 
 int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
@@ -316,7 +320,7 @@ int MIMEPart::DoGetEncodedBodyFile(char* buf, int commit) {
   if (name == nullptr) {
     return 0;
   }
-  return !IsSet(commit) || CommitBody(state_.files, *name) ? 1 : 0;
+  return !IsSet(commit) || CommitBody(state_, *name) ? 1 : 0;
 }
 
 int MIMEPart::GetSourceFile(char* buf) {
@@ -326,7 +330,7 @@ int MIMEPart::GetSourceFile(char* buf) {
       return 0;
     }
     CopyPadded(buf, kPathRoom, *state_.files.sourceCopy);
-    CommitBody(state_.files, *state_.files.sourceCopy);
+    CommitBody(state_, *state_.files.sourceCopy);
     return 1;
   });
 }
