@@ -385,7 +385,8 @@ std::uint64_t FileContents::HeldBytes() const {
 
 void FileContents::Compact(Thrift thrift) {
   UseFlat();
-  if (!first_.block) {
+  // What a host was shown stays where it is.
+  if (!first_.block || first_.block.IsExposed()) {
     return;
   }
   const bool strict = thrift == Thrift::kStrict || BlockBytes() > kMostBlockBytes;

@@ -344,6 +344,19 @@ TEST_F(SharedContents, ThePointerStaysWhileTheFileIsNotWritten) {
   });
 }
 
+// However much more memory it is than the contents need.
+TEST_F(SharedContents, ThePointerStaysWhenTheFileIsRenamedOrClosed) {
+  Make("file", "0123456789", 300000);
+  char* const data = Buffer("file");
+  ASSERT_NE(data, nullptr);
+  OpenFile(Path("file"), "r+b").Close();
+  EXPECT_EQ(Buffer("file"), data);
+  ASSERT_EQ(FileRename(Path("file").c_str(), Path("renamed").c_str()), 0);
+  EXPECT_EQ(Buffer("renamed"), data);
+  data[0] = 'X';
+  EXPECT_EQ(Bytes("renamed"), "X123456789");
+}
+
 // A write of nothing at a position that the budget had no room for before.
 TEST_F(SharedContents, ACapacityThatGrewWithoutContentsIsShownWhole) {
   void* const handle = Open(Path("file"), "w+b");

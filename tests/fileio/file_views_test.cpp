@@ -222,7 +222,7 @@ TEST_F(FileViews, HeldBytesGoToADiskFileToo) {
 TEST_F(FileViews, WhatIsTakenOverIsNotCopied) {
   MakeFile(Path("source"), std::string(5000, 's'));
   OpenFile source(Path("source"), "rb");
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   EXPECT_EQ(held.Text().data(), DataOf(source.Handle()));
   for (const bool heldOnes : {false, true}) {
     OpenFile out(Path("to"), "w+b");
@@ -240,7 +240,7 @@ TEST_F(FileViews, WhatIsTakenOverIsNotCopied) {
 TEST_F(FileViews, WhatWasExpectedIsNotCopiedAsFarAsItIsTheSame) {
   MakeFile(Path("source"), std::string(5000, 's'));
   OpenFile source(Path("source"), "rb");
-  const HeldBytes held = FileHold(source.Handle());
+  const HeldText held = FileHold(source.Handle());
   OpenFile out(Path("to"), "w+b");
   FileExpectBytes(out.Handle(), held);
   ASSERT_TRUE(out.Write(std::string(100, 's')));
