@@ -17,6 +17,13 @@ bool BlockReader::ReadFirst() {
   if (size < 0 || static_cast<std::uint64_t>(size) > blockSize_) {
     return false;
   }
+  // KEEP(first-block-by-position): what was read is taken to begin at the start of the file. Of one
+  // that somebody left open further on, the block is as much longer, and ends with zeros.
+  if (static_cast<std::uint64_t>(size) != block_.size()) {
+    spare_.assign(block_);
+    spare_.resize(static_cast<std::size_t>(size), '\0');
+    block_ = spare_;
+  }
   exhausted_ = true;
   return true;
 }

@@ -79,6 +79,16 @@ TEST_F(BlockReaderTest, GivesAnEmptyBlockBehindAWholeLastOne) {
   EXPECT_TRUE(reader.Exhausted());
 }
 
+// KEEP(first-block-by-position)
+TEST_F(BlockReaderTest, AFileThatStandsFurtherOnHasZerosBehindItsRest) {
+  OpenFile in = Input("abcdefgh");
+  ASSERT_TRUE(in.Seek(3));
+  BlockReader reader(in);
+  EXPECT_TRUE(reader.ReadFirst());
+  EXPECT_EQ(reader.Block(), std::string_view("defgh\0\0\0", 8));
+  EXPECT_TRUE(reader.Exhausted());
+}
+
 TEST_F(BlockReaderTest, FailsWhenTheFirstBlockCannotBeRead) {
   for (const FileEntry entry : {FileEntry::kTell, FileEntry::kError}) {
     OpenFile in = Input("some bytes");
