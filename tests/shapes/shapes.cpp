@@ -67,7 +67,9 @@ std::string BoundaryPrefixes(std::size_t count) {
   return "Content-Type: multipart/mixed" +
          Each(count / 32 + 1,
               [](std::size_t n) {
-                return ";\r\n boundary=\"" + Times("-", 40 + n % 3000) + "x\"";
+                // As long on average however many there are, so that growth is that of their
+                // number.
+                return ";\r\n boundary=\"" + Times("-", 40 + n * 97 % 3000) + "x\"";
               }) +
          "\r\n\r\n" + Times(Times("-", 70) + "\r\n", count);
 }
