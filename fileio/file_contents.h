@@ -35,6 +35,8 @@ struct HeldText {
 class FileContents {
  public:
   FileContents() = default;
+  ~FileContents() = default;
+  FileContents(FileContents&&) = delete;
   FileContents(const FileContents&) = delete;
   FileContents& operator=(const FileContents&) = delete;
   // Moves; the other is empty afterwards.

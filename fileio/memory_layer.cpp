@@ -215,12 +215,12 @@ FileHandle* CreateMemoryFile(const char* name, const NameKey& key, const char* m
 }
 
 void CloseMemoryFile(FileHandle& file) {
-  if ((file.openFlags & kOpenWrite) != 0) {
-    file.contents.Compact(FileContents::Thrift::kLax);
-  }
   EndedFile ended;
   FileContents contents;
   const MutexGuard guard(layerMutex);
+  if ((file.openFlags & kOpenWrite) != 0) {
+    file.contents.Compact(FileContents::Thrift::kLax);
+  }
   file.openFlags = 0;
   file.opens -= file.opens == 0 ? 0 : 1;
   if (!file.nameless) {

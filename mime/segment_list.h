@@ -24,6 +24,8 @@ class SegmentList {
     }
   }
 
+  // What range-for and the algorithms ask for has the names that they know.
+  // NOLINTBEGIN(readability-identifier-naming)
   void push_back(SegmentNode segment) {
     if (count_ < kFew) {
       few_[count_] = segment;
@@ -44,6 +46,7 @@ class SegmentList {
   std::size_t size() const { return count_; }
   const SegmentNode* begin() const { return count_ <= kFew ? few_.data() : many_.data(); }
   const SegmentNode* end() const { return begin() + count_; }
+  // NOLINTEND(readability-identifier-naming)
 
   friend bool operator==(const SegmentList& left, const SegmentList& right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end());
