@@ -197,11 +197,11 @@ bool FileContents::AppendZeros(std::uint64_t count, std::uint64_t capacity) {
 
 bool FileContents::Write(std::uint64_t at, std::string_view bytes, std::uint64_t capacity) {
   UseFlat();  // the capacity may have grown also where nothing is written
-  if (bytes.empty()) {
-    return true;
-  }
   if (at > size_ && !AppendZeros(at - size_, capacity)) {
     return false;
+  }
+  if (bytes.empty()) {
+    return true;
   }
   if (at == size_) {
     return Append(bytes, capacity);

@@ -85,6 +85,18 @@ TEST_F(MemoryFile, BytesBetweenLengthAndCapacityAreZero) {
   FileClose(handle);
 }
 
+TEST_F(MemoryFile, AWriteOfNothingBeyondTheEndReachesToThePosition) {
+  void* const handle = NewWith("0123456789");
+  FileSeek(handle, 0, SEEK_SET);
+  FileSeek(handle, 100, SEEK_SET);  // zeros over the first 90 bytes
+  ASSERT_EQ(Record(handle).contents.Size(), 90U);
+  EXPECT_EQ(FileWrite("", 1, 0, handle), 0U);
+  EXPECT_EQ(Record(handle).contents.Size(), 100U);
+  FileSeek(handle, 0, SEEK_SET);
+  EXPECT_EQ(ReadRest(handle), Zeros(100));
+  FileClose(handle);
+}
+
 // --- Reading.
 
 // KEEP(read-trailing-piece)
