@@ -43,6 +43,8 @@ class FileContents {
   FileContents& operator=(FileContents&& other) noexcept;
 
   std::uint64_t Size() const { return size_; }
+  // Whether no block is held at all.
+  bool IsEmpty() const { return !first_.block && flat_.load(std::memory_order_acquire) == nullptr; }
 
   // Copies `count` bytes from `at` on, all of which there are.
   void Read(std::uint64_t at, char* buffer, std::uint64_t count) const;

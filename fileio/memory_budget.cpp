@@ -1,5 +1,6 @@
 #include "fileio/memory_budget.h"
 
+#include <atomic>
 #include <cerrno>
 #include <memory>
 #include <utility>
@@ -10,27 +11,27 @@ constinit RawMutex layerMutex;
 
 namespace {
 
-constinit std::uint64_t bytesInUse ZEVKA_GUARDED_BY(layerMutex) = 0;
+// Counted without the mutex, which all threads want all the time.
+constinit std::atomic<std::uint64_t> bytesInUse{0};
 
 }  // namespace
 
 std::uint64_t MemoryInUse() {
-  const MutexGuard guard(layerMutex);
-  return bytesInUse;
+  return bytesInUse.load();
 }
 
 void ResetMemoryInUse() {
-  const MutexGuard guard(layerMutex);
-  bytesInUse = 0;
+  bytesInUse.store(0);
 }
 
 bool ResizeCapacity(FileHandle& file, std::uint64_t capacity) {
-  const MutexGuard guard(layerMutex);
-  if (capacity > kMemoryBudgetBytes || bytesInUse - file.capacity + capacity > kMemoryBudgetBytes) {
-    errno = ENOMEM;
-    return false;
-  }
-  bytesInUse = bytesInUse - file.capacity + capacity;
+  std::uint64_t before = bytesInUse.load();
+  do {
+    if (capacity > kMemoryBudgetBytes || before - file.capacity + capacity > kMemoryBudgetBytes) {
+      errno = ENOMEM;
+      return false;
+    }
+  } while (!bytesInUse.compare_exchange_weak(before, before - file.capacity + capacity));
   file.capacity = capacity;
   return true;
 }
@@ -43,6 +44,10 @@ void TakeContentsLocked(FileHandle& file, FileContents& contents) {
 }
 
 void DropMemoryData(FileHandle& file) {
+  if (file.capacity == 0 && file.contents.IsEmpty()) {
+    file.position = 0;
+    return;
+  }
   FileContents ended;
   const MutexGuard guard(layerMutex);
   TakeContentsLocked(file, ended);
