@@ -36,8 +36,8 @@ bool FileWriteTaken(void* handle, void* from, std::string_view taken);
 // Writes `count` bytes of what is held, in the same way.
 bool FileWriteHeld(void* handle, const HeldText& from, std::uint64_t at, std::uint64_t count);
 
-// A hold on what an open memory file holds from its position on, as far as it lies together from its
-// start on; on nothing for a disk file, and where a host may write.
+// A hold on what an open memory file holds from its position on, as far as it lies together from
+// its start on; on nothing for a disk file, and where a host may write.
 HeldText FileHold(void* handle);
 
 // Hints that change no result. The file was opened for writing and is empty.
