@@ -265,8 +265,10 @@ void FileContents::Expect(const HeldText& bytes) {
 
 // Does not remember where it was: another thread may be reading.
 void FileContents::CopyTo(char* buffer) const {
+  std::uint64_t at = 0;
   ForEachPiece([&](std::string_view piece) {
-    buffer = std::copy(piece.begin(), piece.end(), buffer);
+    std::copy(piece.begin(), piece.end(), buffer + at);
+    at += piece.size();
     return true;
   });
 }

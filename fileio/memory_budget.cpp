@@ -25,13 +25,21 @@ void ResetMemoryInUse() {
 }
 
 bool ResizeCapacity(FileHandle& file, std::uint64_t capacity) {
+  const auto refuse = [] {
+    errno = ENOMEM;
+    return false;
+  };
+  if (capacity > kMemoryBudgetBytes) {
+    return refuse();
+  }
   std::uint64_t before = bytesInUse.load();
+  std::uint64_t after = before;
   do {
-    if (capacity > kMemoryBudgetBytes || before - file.capacity + capacity > kMemoryBudgetBytes) {
-      errno = ENOMEM;
-      return false;
+    after = before - file.capacity + capacity;
+    if (after > kMemoryBudgetBytes) {
+      return refuse();
     }
-  } while (!bytesInUse.compare_exchange_weak(before, before - file.capacity + capacity));
+  } while (!bytesInUse.compare_exchange_weak(before, after));
   file.capacity = capacity;
   return true;
 }

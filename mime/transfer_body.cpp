@@ -56,7 +56,8 @@ bool IsCoded(const PartState& part) {
          part.kind.encoding == TransferEncoding::kBase64;
 }
 
-bool PassOn(PartState& part, OpenFile& source, Sinks& sinks, std::string_view chunk, Room room) {
+bool PassOn(PartState& part, const OpenFile& source, Sinks& sinks, std::string_view chunk,
+            Room room) {
   if (sinks.raw && !sinks.raw.WriteTaken(source, chunk)) {
     return false;
   }
