@@ -33,7 +33,7 @@ bool ResizeCapacity(FileHandle& file, std::uint64_t capacity) {
     return refuse();
   }
   std::uint64_t before = bytesInUse.load();
-  std::uint64_t after = before;
+  std::uint64_t after = 0;
   do {
     after = before - file.capacity + capacity;
     if (after > kMemoryBudgetBytes) {
