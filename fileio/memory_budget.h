@@ -4,8 +4,9 @@
 // that the budget refuses changes nothing; the caller decides whether the file goes to disk
 // instead.
 //
-// Threads: any. The functions take the layer's mutex themselves but for the ones ending in Locked,
-// whose caller holds it; the mutex is not recursive.
+// Threads: any. The sum is counted without the mutex. Functions that take contents away take the
+// layer's mutex themselves but for the ones ending in Locked, whose caller holds it; the mutex is
+// not recursive.
 #ifndef ZEVKA_FILEIO_MEMORY_BUDGET_H
 #define ZEVKA_FILEIO_MEMORY_BUDGET_H
 
